@@ -1,0 +1,85 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// Host identity, addresses, time texts, directory lists, small text helpers, and the tables that
+/// tell where devices are. All static; any thread may call unless a function says otherwise.
+class orbUtils {
+public:
+    // -- Host identity --------------------------------------------------------------------------
+    static std::string readHostName(); ///< node name; " " on failure
+    /// Product name of the host OS, without any white space. A non-empty answer is kept.
+    static std::string readHostOSName();
+    /// Version of the host OS, without any white space. A non-empty answer is kept.
+    static std::string readHostOSVersion();
+    static std::string readHostOSDescription(); ///< the five fields of uname, joined by blanks
+    static int getOSType(int *type); ///< stores 104, returns 1
+
+    // -- Addresses ------------------------------------------------------------------------------
+    /// The host's IPv4 addresses, without those of "lo" and without 127.0.0.1.
+    static std::vector<std::string> getIPAddresses();
+    static int setPrimaryIPAddress(const std::vector<std::string> &addresses); ///< returns 1
+    static std::vector<std::string> updateAndFetchIPAddresses();
+    static std::string getPrimaryIPAddress(); ///< "127.0.0.1" where the host has none
+    static bool is_ipv4_address(const std::string &text);
+
+    // -- Time -----------------------------------------------------------------------------------
+    static std::string getDateTime(); ///< local, as "Jan 3 08:04:09"; never logs, takes no lock
+    static std::string getTime(); ///< local, as "2026-01-03 08:04:09"
+    static std::string getTimeZone(); ///< abbreviation, as "CET"
+    /// Seconds of a stamp "YYYY?MM?DD?hh?mm?ss", read as local time; 0 for an empty text.
+    /// Throws std::out_of_range for a text that ends before a field does.
+    static long toEpoc(const std::string &stamp);
+    /// stop minus start
+    static void diffTimespec(const std::timespec &start, const std::timespec &stop,
+                             std::timespec &result);
+    static void setSystemCurrentBootTime(long seconds);
+    static long getSystemCurrentBootTime(); ///< seconds since the epoch, 0 while unknown
+    static void setCacheRefreshTimeInterval(long seconds);
+    static long getCacheRefreshTimeInterval();
+    /// Boot times from the host's summary log: of the last boot and of the one before; 0 where not
+    /// told.
+    static void fetchSystemBootTime(long &boot, long &previous);
+    static void fetchSystemShutdownTime(long &time); ///< of the last reboot request; 0 if not told
+
+    // -- Directories and texts ------------------------------------------------------------------
+    /// Entries of a directory as path/name in byte order, without "." and "..".
+    /// @return 0, -1 where the directory can't be read
+    static int dirList(const std::string &path, std::vector<std::string> &names);
+    static int dirPciList(const std::string &path, std::vector<std::string> &names); ///< PCI addresses
+    static int dirListIB(const std::string &path, std::vector<std::string> &names); ///< "ib..."
+    static int dirListNvmeNameSpaces(const std::string &path,
+                                     std::vector<std::string> &names); ///< "nvme0n1"
+    /// First line of a file that contains a text, without its newline; "" where there is none.
+    static std::string getLineFromFile(const std::string &path, const std::string &text);
+    /// Cuts trailing white space from `in`; `out` takes it from the first non-blank on.
+    static void trimLeadingTrailingSpaces(std::string &in, std::string &out);
+    /// The part of `text` between the markers `from` and `to`.
+    static std::string getSubStr(const std::string &from, const std::string &to,
+                                 const std::string &text);
+    static std::string getErrorDescription(int errorNumber); ///< as strerror
+
+    // -- Where devices are (implemented in physloc) ---------------------------------------------
+    static void initializeSMBIOS(); ///< starts the SMBIOS reader
+    static void initGeoIDMap(); ///< builds the table of places, then stops the SMBIOS reader
+    static void printGeoIDMap();
+    /// The machine's family by SMBIOS, such as "PLATFORM-ID-A01"; read once, empty where unknown.
+    static std::string getPlatformFamily();
+
+private:
+    static void setPlatformFamily();
+
+    static std::string primaryIPv4Address, auxIPv4Address; // guarded by mutex_lock
+    static std::mutex mutex_lock;
+    static std::atomic<long> systemCurrentBootTime, cacheRefreshTimeInterval;
+
+    static std::atomic<bool> smbiosVmwareInit; // set by initializeSMBIOS, never cleared
+    static std::map<std::string, std::string> geoIDMap; // written before other threads run
+};

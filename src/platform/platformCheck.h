@@ -1,0 +1,17 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+
+/// The installation's paths and the machine's maker, read on first use. Any thread.
+/// Locks: platformCheckLock, then the SMBIOS reader's.
+class platformCheck {
+public:
+    static std::string getCardManufacturer(); ///< maker by SMBIOS type 1; "" while it can't be read
+    static std::string getDirectoryPath(); ///< "/opt/vantor/orb"
+    static std::string getStartupFilePath(); ///< "/var/tmp/vantor"
+    static void setDirectoryPath(); ///< reads all three
+
+private:
+    static std::mutex platformCheckLock;
+};
