@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "hostaccess/orbHostCommands.h"
+
+/// Answers shell lines by their exact text, in any order and as often as they come. A line that
+/// nobody announced fails the test. No shell is ever started.
+class ScriptedCommands final : public IorbHostCommands {
+public:
+    ScriptedCommands() : outer(replace(this)) {}
+    ~ScriptedCommands() override { replace(outer); }
+    ScriptedCommands(const ScriptedCommands &) = delete;
+    ScriptedCommands &operator=(const ScriptedCommands &) = delete;
+
+    /// The answer to a system() line. @param action  done before the answer, such as writing a file
+    void onSystem(const std::string &line, ORB_COMMAND_RESULT result,
+                  std::function<void()> action = {});
+    /// The output of a popen() line.
+    void onPopen(const std::string &line, const std::string &output);
+    /// A popen() line that can't be started.
+    void failPopen(const std::string &line, int errorNumber);
+
+    std::vector<std::string> calls() const; ///< all lines so far, in order
+
+    ORB_COMMAND_RESULT system(const std::string &line) override;
+    std::FILE *popen(const std::string &line, int *err) override;
+    int pclose(std::FILE *stream) override;
+
+private:
+    struct SystemAnswer {
+        ORB_COMMAND_RESULT result;
+        std::function<void()> action;
+    };
+    struct PopenAnswer {
+        std::string output;
+        int err;
+    };
+
+    mutable std::mutex mutex; // guards all below
+    std::map<std::string, SystemAnswer> systemAnswers;
+    std::map<std::string, PopenAnswer> popenAnswers;
+    std::vector<std::string> lines;
+    IorbHostCommands *outer;
+};

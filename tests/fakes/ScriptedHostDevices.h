@@ -1,0 +1,50 @@
+#pragma once
+
+#include <functional>
+#include <initializer_list>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "hostaccess/orbHostDevices.h"
+
+/// Answers ioctls from a list, in order. A call out of turn fails the test where it happens, steps
+/// that never came fail it at the end. open() gives descriptors from 1000 on, or a failure that was
+/// announced; waitReadable() says readable at once unless told otherwise.
+class ScriptedHostDevices final : public IorbHostDevices {
+public:
+    struct Step {
+        unsigned long request; ///< the request code that must come now
+        ORB_SYSCALL_RESULT result;
+        std::function<void(void *arg)> answer = {}; ///< checks the request, writes the reply
+    };
+
+    ScriptedHostDevices(std::initializer_list<Step> list);
+    ~ScriptedHostDevices() override;
+    ScriptedHostDevices(const ScriptedHostDevices &) = delete;
+    ScriptedHostDevices &operator=(const ScriptedHostDevices &) = delete;
+
+    void add(Step step);
+    void failOpen(int times, int errorNumber);     ///< the next `times` open() calls fail
+    void setWaitResult(ORB_SYSCALL_RESULT result); ///< of every waitReadable() from now on
+    std::vector<std::string> opened() const;       ///< paths that were opened or tried, in order
+    int stillOpen() const;                         ///< descriptors opened and not closed
+    std::size_t stepsLeft() const;
+
+    ORB_SYSCALL_RESULT open(const char *path, int flags) override;
+    ORB_SYSCALL_RESULT close(int fd) override;
+    ORB_SYSCALL_RESULT ioctl(int fd, unsigned long request, void *arg) override;
+    ORB_SYSCALL_RESULT waitReadable(int fd) override;
+
+private:
+    mutable std::mutex mutex; // guards all below
+    std::vector<Step> steps;
+    std::size_t next = 0;
+    int failures = 0;
+    int failureError = 0;
+    ORB_SYSCALL_RESULT waitResult{1, 0};
+    std::vector<std::string> paths;
+    std::vector<int> descriptors; // open ones
+    int lastDescriptor = 999;
+    IorbHostDevices *outer;
+};
