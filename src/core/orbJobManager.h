@@ -27,14 +27,16 @@ public:
     void orbStartFileOperations(int mode);
 
     static orbThread threads[RESOURCE_COUNT]; ///< by resource id
-    static std::int32_t retval[RESOURCE_COUNT]; ///< result of each creation; -1 where none was tried
+    static std::int32_t
+        retval[RESOURCE_COUNT]; ///< result of each creation; -1 where none was tried
     static orbThread TelemetryThreads[TELEMETRY_COUNT]; ///< reserved
-    static std::int32_t trm_retval[TELEMETRY_COUNT]; ///< reserved
+    static std::int32_t trm_retval[TELEMETRY_COUNT];    ///< reserved
 
 private:
     orbJobManager();
     ~orbJobManager();
 
+    void createRunState(); // for a host that has none yet
     void writeStopRecord();
 
     std::ofstream startupFile; // reused for every write of the run-state file

@@ -20,7 +20,7 @@ public:
     /// Version of the host OS, without any white space. A non-empty answer is kept.
     static std::string readHostOSVersion();
     static std::string readHostOSDescription(); ///< the five fields of uname, joined by blanks
-    static int getOSType(int *type); ///< stores 104, returns 1
+    static int getOSType(int *type);            ///< stores 104, returns 1
 
     // -- Addresses ------------------------------------------------------------------------------
     /// The host's IPv4 addresses, without those of "lo" and without 127.0.0.1.
@@ -32,7 +32,7 @@ public:
 
     // -- Time -----------------------------------------------------------------------------------
     static std::string getDateTime(); ///< local, as "Jan 3 08:04:09"; never logs, takes no lock
-    static std::string getTime(); ///< local, as "2026-01-03 08:04:09"
+    static std::string getTime();     ///< local, as "2026-01-03 08:04:09"
     static std::string getTimeZone(); ///< abbreviation, as "CET"
     /// Seconds of a stamp "YYYY?MM?DD?hh?mm?ss", read as local time; 0 for an empty text.
     /// Throws std::out_of_range for a text that ends before a field does.
@@ -45,15 +45,18 @@ public:
     static void setCacheRefreshTimeInterval(long seconds);
     static long getCacheRefreshTimeInterval();
     /// Boot times from the host's summary log: of the last boot and of the one before; 0 where not
-    /// told.
+    /// told. Both run a shell line.
     static void fetchSystemBootTime(long &boot, long &previous);
     static void fetchSystemShutdownTime(long &time); ///< of the last reboot request; 0 if not told
 
     // -- Directories and texts ------------------------------------------------------------------
-    /// Entries of a directory as path/name in byte order, without "." and "..".
+    // Paths are used as they stand; the caller maps them.
+    /// Replaces `names` by the entries of a directory as path/name in byte order, without "." and
+    /// "..". The three others keep part of them.
     /// @return 0, -1 where the directory can't be read
     static int dirList(const std::string &path, std::vector<std::string> &names);
-    static int dirPciList(const std::string &path, std::vector<std::string> &names); ///< PCI addresses
+    static int dirPciList(const std::string &path,
+                          std::vector<std::string> &names); ///< PCI addresses
     static int dirListIB(const std::string &path, std::vector<std::string> &names); ///< "ib..."
     static int dirListNvmeNameSpaces(const std::string &path,
                                      std::vector<std::string> &names); ///< "nvme0n1"
@@ -61,14 +64,15 @@ public:
     static std::string getLineFromFile(const std::string &path, const std::string &text);
     /// Cuts trailing white space from `in`; `out` takes it from the first non-blank on.
     static void trimLeadingTrailingSpaces(std::string &in, std::string &out);
-    /// The part of `text` between the markers `from` and `to`.
+    /// The part of `text` from behind the first `from`, or from its start where there is none, to
+    /// the first `to`; to its end where `to` is missing or comes earlier.
     static std::string getSubStr(const std::string &from, const std::string &to,
                                  const std::string &text);
     static std::string getErrorDescription(int errorNumber); ///< as strerror
 
     // -- Where devices are (implemented in physloc) ---------------------------------------------
     static void initializeSMBIOS(); ///< starts the SMBIOS reader
-    static void initGeoIDMap(); ///< builds the table of places, then stops the SMBIOS reader
+    static void initGeoIDMap();     ///< builds the table of places, then stops the SMBIOS reader
     static void printGeoIDMap();
     /// The machine's family by SMBIOS, such as "PLATFORM-ID-A01"; read once, empty where unknown.
     static std::string getPlatformFamily();
@@ -80,6 +84,6 @@ private:
     static std::mutex mutex_lock;
     static std::atomic<long> systemCurrentBootTime, cacheRefreshTimeInterval;
 
-    static std::atomic<bool> smbiosVmwareInit; // set by initializeSMBIOS, never cleared
+    static std::atomic<bool> smbiosVmwareInit;          // set by initializeSMBIOS, never cleared
     static std::map<std::string, std::string> geoIDMap; // written before other threads run
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/orbIdleResourceManager.h"
+#include "reporting/orbIdleResourceManager.h"
 
 /// The manager of the host's Fibre Channel adapters; it finds none yet.
 class FCResourceManager final : public orbIdleResourceManager {

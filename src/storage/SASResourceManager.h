@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/orbIdleResourceManager.h"
+#include "reporting/orbIdleResourceManager.h"
 
 /// The manager of the host's storage controllers, drives and volumes; it finds none yet.
 class SASResourceManager final : public orbIdleResourceManager {
