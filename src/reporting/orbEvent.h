@@ -19,8 +19,8 @@ public:
     std::int32_t getEventID() const { return eventId; }
     std::string getEventTime() const { return eventTime; }
     bool getisServiceEvent() const { return isServiceEvent; } ///< carried, never sent
-    std::string getModuleName() const { return moduleName; } ///< not sent
-    std::string getPartNum() const { return partNum; } ///< not sent
+    std::string getModuleName() const { return moduleName; }  ///< not sent
+    std::string getPartNum() const { return partNum; }        ///< not sent
     std::string getPhyLoc() const { return phyLoc; }
     std::string getSource() const { return source; } ///< who raised it: "ORB" or "ORB-CLI"
     Json::Value getVariableData() const { return variableData; } ///< null where there is none

@@ -16,13 +16,13 @@ public:
 
     void startorbIPMIDBService();
     void stoporbIPMIDBService(); ///< ends the wait at once, waits for a running poll, joins
-    void startMonitoring(); ///< the loop
+    void startMonitoring();      ///< the loop
 
 private:
     static orbThread thread;
     static std::mutex cmutex;
     static std::condition_variable cond;
-    static bool stopMoni; // guarded by cmutex: stop request, never cleared
+    static bool stopMoni;        // guarded by cmutex: stop request, never cleared
     static bool checkIPMIDevice; // guarded by cmutex: a poll is due
 };
 
