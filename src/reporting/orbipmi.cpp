@@ -27,8 +27,8 @@ const char *const DRIVER_LINES[] = {
     "modprobe ipmi_devintf > /dev/null 2>&1",
     "modprobe ipmi_watchdog > /dev/null 2>&1",
     "modprobe ipmi_ssif > /dev/null 2>&1",
-    "mknod -m 0600 /dev/ipmi0 c `cat /proc/devices | grep ipmidev |cut -d \" \" -f 1` 0 "
-    "> /dev/null 2>&1",
+    ("mknod -m 0600 /dev/ipmi0 c `cat /proc/devices | grep ipmidev |cut -d \" \" -f 1` 0 "
+     "> /dev/null 2>&1"),
 };
 
 constexpr unsigned char NETFN_APP = 0x06, CMD_GET_DEVICE_ID = 0x01, CMD_GET_BT_CAPABILITIES = 0x36;
