@@ -22,8 +22,8 @@
 #include "hostaccess/orbHostFiles.h"
 #include "hostaccess/orbHostIdentity.h"
 
-constinit std::string orbUtils::primaryIPv4Address;
-constinit std::string orbUtils::auxIPv4Address;
+std::string orbUtils::primaryIPv4Address;
+std::string orbUtils::auxIPv4Address;
 constinit std::mutex orbUtils::mutex_lock;
 constinit std::atomic<long> orbUtils::systemCurrentBootTime{0};
 constinit std::atomic<long> orbUtils::cacheRefreshTimeInterval{0};
@@ -39,7 +39,7 @@ constexpr const char *MONTHS[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
 
 // Held through the command as well, so that two threads never run it twice. Leaf but for the log.
 constinit std::mutex versionLock;
-constinit std::string OSName, OSVersion; // guarded by versionLock; once filled never changed
+std::string OSName, OSVersion; // guarded by versionLock; once filled never changed
 
 /// Runs a line whose answer is "key: value" once and keeps a value that isn't empty.
 std::string read_version(std::string &kept, const char *line, const char *failureText) {
