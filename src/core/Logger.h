@@ -2,11 +2,11 @@
 
 #include <atomic>
 #include <cstdint>
-#include <fstream>
 #include <mutex>
 #include <string>
 
 #include "core/format_text.h"
+#include "core/log_file.h"
 #include "core/orbModuleTags.h"
 
 namespace CPlusPlusLogging {
@@ -37,17 +37,17 @@ public:
     void unlock();
 
     /// One line each. @param module a tag of orbModuleTags.h @param line the caller's line number
-    void error(const std::string &msg, const char *module, int line); ///< main level below 5
+    void error(const std::string &msg, const char *module, int line);   ///< main level below 5
     void warning(const std::string &msg, const char *module, int line); ///< main level below 4
-    void info(const std::string &msg, const char *module, int line); ///< main level below 3
-    void always(const std::string &msg, const char *module, int line); ///< tag "[INFO]", any level
-    void debug(const std::string &msg, const char *module, int line); ///< debug level 1
+    void info(const std::string &msg, const char *module, int line);    ///< main level below 3
+    void always(const std::string &msg, const char *module, int line);  ///< tag "[INFO]", any level
+    void debug(const std::string &msg, const char *module, int line);   ///< debug level 1
 
     void updateLogLevel(LOG_LEVEL level);
     std::int32_t getLoglevel() const { return logLevel; }
     std::int32_t getDebugLoglevel() const { return debugLogLevel; }
-    void enaleLog(); ///< level 6: neither error nor info lines pass
-    void disableLog(); ///< level 12
+    void enaleLog();          ///< level 6: neither error nor info lines pass
+    void disableLog();        ///< level 12
     void enableFileLogging(); ///< the main channel becomes a file
 
     /// Moves a log file of 500,000,000 bytes or more to the backup directory and starts it anew.
@@ -66,6 +66,8 @@ private:
 
     Logger();
     void openLogs();
+    void openMain();
+    void openDebug();
     void log(const char *tag, const std::string &msg, const char *module, int line);
     void logIntoFile(const char *tag, const std::string &msg, const char *module, int line);
     void logIntoSyslog(const char *tag, const std::string &msg, const char *module, int line);
@@ -73,17 +75,20 @@ private:
 
     static std::atomic<Logger *> m_Instance;
 
-    std::ofstream mainStream; // guarded by mutex
-    std::ofstream debugStream; // guarded by mutex
-    std::ofstream thirdStream; // created and closed, never written
-    std::string debugLogPath; // set by the constructor
-    std::string logPath; // set by the constructor
-    std::mutex mutex; // serialises all writes
-    std::atomic<std::int32_t> logLevel{LOG_LEVEL_WARNING}; // any thread reads
+    orbLogFile mainFile;                                         // guarded by mutex
+    orbLogFile debugFile;                                        // guarded by mutex
+    std::string debugLogPath;                                    // set by the constructor
+    std::string logPath;                                         // set by the constructor
+    std::mutex mutex;                                            // serialises all writes
+    std::atomic<std::int32_t> logLevel{LOG_LEVEL_WARNING};       // any thread reads
     std::atomic<std::int32_t> debugLogLevel{LOG_LEVEL_DISABLED}; // any thread reads
-    std::atomic<std::int32_t> logType{TYPE_SYSLOG}; // any thread reads
-    std::int32_t debugLogType = TYPE_SYSLOG; // set by the constructor
+    std::atomic<std::int32_t> logType{TYPE_SYSLOG};              // any thread reads
+    std::int32_t debugLogType = TYPE_SYSLOG;                     // set by the constructor
 };
+
+/// The level that a configured text stands for: by the first of "error", "warning" and "info" that
+/// it holds, in any letters; warnings for any other text.
+std::int32_t log_level_of(const std::string &text);
 
 /// Tells that `main` runs, after which logging is allowed. Called once, first thing.
 void log_after_main_began();
@@ -94,9 +99,15 @@ inline bool log_wants_debug() {
     const Logger *logger = Logger::getInstance();
     return logger->getDebugLoglevel() == LOG_LEVEL_DEBUG || logger->getLoglevel() <= 1;
 }
-inline bool log_wants_info() { return Logger::getInstance()->getLoglevel() < 3; }
-inline bool log_wants_warning() { return Logger::getInstance()->getLoglevel() <= 3; }
-inline bool log_wants_error() { return Logger::getInstance()->getLoglevel() < 5; }
+inline bool log_wants_info() {
+    return Logger::getInstance()->getLoglevel() < 3;
+}
+inline bool log_wants_warning() {
+    return Logger::getInstance()->getLoglevel() <= 3;
+}
+inline bool log_wants_error() {
+    return Logger::getInstance()->getLoglevel() < 5;
+}
 
 } // namespace CPlusPlusLogging
 

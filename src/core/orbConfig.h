@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <atomic>
 #include <string>
 
 #include "core/config_settings.h"
@@ -45,5 +45,7 @@ public:
 private:
     orbConfig();
 
-    ORB_CONFIG_SETTINGS settings;
+    static std::atomic<bool> defaultSettingsApplied; // the constructor sets it, never cleared
+
+    ORB_CONFIG_SETTINGS settings; // written by the constructor alone
 };
