@@ -1,0 +1,113 @@
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+
+#include "core/Logger.h"
+#include "core/orbMutexLocker.h"
+#include "core/orbUtils.h"
+#include "physloc/smbios_reader.h"
+
+constinit std::atomic<bool> orbUtils::smbiosVmwareInit{false};
+std::map<std::string, std::string> orbUtils::geoIDMap;
+
+namespace {
+constexpr int TYPE_SYSTEM_INFO = 1, TYPE_SYSTEM_SLOT = 9, TYPE_ONBOARD_DEVICE = 41;
+
+constinit std::mutex platformFamilyMutex;
+constinit std::atomic<bool> platformFamilyRead{false}; // set once, after the family was stored
+std::string platformFamily; // written once under platformFamilyMutex, before the flag
+
+/// All records of a type, released with their owner.
+template <typename Record> class orbSmbiosRecords {
+public:
+    explicit orbSmbiosRecords(int type) {
+        void *array = nullptr;
+        status = getSmbiosRecordsByType(type, &array, &number);
+        records.reset(static_cast<Record *>(array));
+    }
+    bool isFetched() const { return status == 0; }
+    const Record *begin() const { return records.get(); }
+    const Record *end() const { return records.get() + number; }
+
+private:
+    struct Free {
+        void operator()(Record *array) const { std::free(array); }
+    };
+    int status = -1;
+    int number = 0;
+    std::unique_ptr<Record, Free> records;
+};
+
+/// Tells of each record of a type where it says its device is.
+template <typename Record> void log_designations(const orbSmbiosRecords<Record> &records) {
+    for (const Record &record : records) {
+        ORB_LOG_DEBUG(ORB_UTILS,
+                      format_text("designation: %s, segmentGroupNum: 0x%x, busNum: 0x%x, "
+                                  "evFuncNum: 0x%x",
+                                  record.designation, unsigned{record.segmentGroupNum},
+                                  unsigned{record.busNum}, unsigned{record.devFuncNum}));
+        // The family decides how a designation is read, and it is still in reach: the reader stops
+        // at the end of initGeoIDMap().
+        (void)orbUtils::getPlatformFamily();
+    }
+}
+} // namespace
+
+void orbUtils::initializeSMBIOS() {
+    if (SmBiosInit() == 0) {
+        smbiosVmwareInit = true;
+        ORB_LOG_DEBUG(ORB_UTILS, "SMBIOS table initiated");
+        return;
+    }
+    const int err = errno;
+    ORB_LOG_DEBUG(ORB_UTILS, format_text("Error starting SMBIOS table, Error : %d , Reason : %s",
+                                         err, getErrorDescription(err).c_str()));
+}
+
+void orbUtils::initGeoIDMap() {
+    if (smbiosVmwareInit) {
+        const orbSmbiosRecords<DmiSystemSlot> slots(TYPE_SYSTEM_SLOT);
+        if (!slots.isFetched()) ORB_LOG_DEBUG(ORB_UTILS, "Unable to fetch smbios type 9 record");
+        const orbSmbiosRecords<DmiOnboardDevicesEx> devices(TYPE_ONBOARD_DEVICE);
+        if (!devices.isFetched()) ORB_LOG_DEBUG(ORB_UTILS, "Unable to fetch smbios type 41 record");
+        log_designations(slots);
+        log_designations(devices);
+        SmBiosDeinit();
+    } else {
+        ORB_LOG_WARNING(ORB_UTILS,
+                        "Unable to fetch SMBIOS record, so could not populate GeoID values");
+    }
+    printGeoIDMap();
+}
+
+void orbUtils::printGeoIDMap() {
+    ORB_LOG_DEBUG(ORB_UTILS, "-----Printing GEoID PCIe location map-----");
+    for (const auto &[address, geoID] : geoIDMap)
+        ORB_LOG_DEBUG(ORB_UTILS, address + "       " + geoID);
+}
+
+std::string orbUtils::getPlatformFamily() {
+    if (!platformFamilyRead) {
+        const orbMutexLocker<std::mutex> lock(platformFamilyMutex);
+        if (!platformFamilyRead) {
+            setPlatformFamily();
+            platformFamilyRead = true; // whatever the result: the machine doesn't change
+        }
+    }
+    return platformFamily;
+}
+
+void orbUtils::setPlatformFamily() {
+    if (!smbiosVmwareInit) {
+        ORB_LOG_WARNING(ORB_UTILS,
+                        "SMBIOS could not be initialized hence geoId will not be populated");
+        return;
+    }
+    const orbSmbiosRecords<DmiSystemInfo> systems(TYPE_SYSTEM_INFO);
+    if (!systems.isFetched()) {
+        ORB_LOG_DEBUG(ORB_UTILS, "Could not detect the platform family of this system");
+        return;
+    }
+    platformFamily = systems.begin()->family;
+    ORB_LOG_DEBUG(ORB_UTILS, format_text("platformFamily is %s", platformFamily.c_str()));
+}
