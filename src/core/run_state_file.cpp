@@ -63,6 +63,15 @@ std::optional<std::int64_t> read_run_state_value(std::istream &in, const std::st
     return std::nullopt;
 }
 
+bool read_run_state(const std::string &key, std::optional<std::int64_t> &value) {
+    const int source = open_regular(IorbHostFiles::get().map(run_state_path()), O_RDONLY);
+    if (source < 0) return false;
+    FileBuffer buffer(source, std::ios::in | std::ios::binary);
+    std::istream in(&buffer);
+    value = read_run_state_value(in, key);
+    return true;
+}
+
 void copy_run_state(std::istream &in, std::ostream &out, const std::string &key,
                     std::optional<std::int64_t> value) {
     for (std::string line; std::getline(in, line);) {

@@ -22,6 +22,9 @@ std::string run_state_temporary_path();
 /// @return nothing where the key or a token behind it is missing
 std::optional<std::int64_t> read_run_state_value(std::istream &in, const std::string &key);
 
+/// The same from the run-state file. @return false where the file can't be opened
+bool read_run_state(const std::string &key, std::optional<std::int64_t> &value);
+
 /// Copies lines, each that contains `key` as "key value"; without a value all as they are. The last
 /// line gets a newline where it has none. Pure.
 void copy_run_state(std::istream &in, std::ostream &out, const std::string &key,

@@ -35,7 +35,7 @@ public:
     void generateTestEvent(int id);
     /// A key's value in the run-state file, 0 where it is absent.
     std::int64_t readStartupValue(const std::string &key);
-    /// Addresses of all interfaces but "lo".
+    /// IPv4 addresses of all interfaces but "lo".
     std::vector<std::string> getIPAddress();
 
 private:
@@ -51,16 +51,16 @@ private:
     static std::condition_variable cond;
     static std::mutex mlock;
     static std::mutex prevInventoryLock;
-    static std::atomic<bool> stopHost; // set under cmutex, never cleared
-    static std::atomic<bool> refreshCache; // a build is due
-    static std::atomic<bool> _cacheBuildInProgress; // set and cleared under mlock
+    static std::atomic<bool> stopHost;                // set under cmutex, never cleared
+    static std::atomic<bool> refreshCache;            // a build is due
+    static std::atomic<bool> _cacheBuildInProgress;   // set and cleared under mlock
     static std::atomic<std::int64_t> lastRefreshTime; // seconds; the manager's thread writes
     static std::atomic<bool> getTotalPhysicalMemoryFailureLogged;
 
-    std::vector<orbHostOSInfo> hostInventory; // guarded by mlock
+    std::vector<orbHostOSInfo> hostInventory;       // guarded by mlock
     std::atomic<std::size_t> hostInventoryCount{0}; // its size, for readers without the lock
-    std::vector<Json::Value> currentJson; // guarded by mlock
-    std::vector<Json::Value> previousJson; // guarded by prevInventoryLock
-    Json::Value root; // the manager's thread, in a build
-    orbCollectionInfo collectionInfo; // guarded by mlock
+    std::vector<Json::Value> currentJson;           // guarded by mlock
+    std::vector<Json::Value> previousJson;          // guarded by prevInventoryLock
+    Json::Value root;                               // the manager's thread, in a build
+    orbCollectionInfo collectionInfo;               // guarded by mlock
 };

@@ -8,11 +8,15 @@
 /// One field of a plain record with its getter and setter.
 #define ORB_RECORD_FIELD(type, name)                                                               \
 public:                                                                                            \
-    type get##name() const { return field##name; }                                                 \
-    void set##name(type value) { field##name = std::move(value); }                                 \
+    type get##name() const {                                                                       \
+        return field##name;                                                                        \
+    }                                                                                              \
+    void set##name(type value) {                                                                   \
+        field##name = std::move(value);                                                            \
+    }                                                                                              \
                                                                                                    \
 private:                                                                                           \
-    type field##name{}
+    type field##name {}
 
 /// Memory of the host in GiB.
 class orbHostMemorySummary {
