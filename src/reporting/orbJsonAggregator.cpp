@@ -5,6 +5,7 @@
 
 #include "core/Logger.h"
 #include "core/json_text.h"
+#include "core/module_names.h"
 #include "core/orbConfig.h"
 #include "core/orbFactory.h"
 #include "core/orbResourceManager.h"
@@ -12,7 +13,6 @@
 #include "reporting/orbipmi.h"
 
 namespace {
-constexpr int FIBRE_CHANNEL = 0, HOST = 1, STORAGE = 2, ETHERNET = 3, INFINIBAND = 6;
 constexpr int RESOURCE_COUNT = 7;
 constexpr int READINESS_PASSES = 9;
 constexpr char ENVELOPE_KEY[] = "HostDataCollection";
@@ -54,8 +54,12 @@ std::uint64_t orbJsonAggregator::wakeCount = 0;
 std::atomic<bool> orbJsonAggregator::stopAggr{false};
 std::atomic<bool> orbJsonAggregator::firstInventoryPushComplete{false};
 const std::map<int, std::string> orbJsonAggregator::orb_RM_to_string = {
-    {FIBRE_CHANNEL, "FibreChannelDevices"}, {HOST, "Oem"},     {STORAGE, "StorageControllers"},
-    {ETHERNET, "EthernetDevices"},          {5, "Processors"}, {INFINIBAND, "InfiniBandDevices"}};
+    {ORB_FIBRE_CHANNEL, "FibreChannelDevices"},
+    {ORB_HOST, "Oem"},
+    {ORB_STORAGE, "StorageControllers"},
+    {ORB_ETHERNET, "EthernetDevices"},
+    {5, "Processors"},
+    {ORB_INFINIBAND, "InfiniBandDevices"}};
 
 orbJsonAggregator::orbJsonAggregator() = default;
 
@@ -146,15 +150,15 @@ void orbJsonAggregator::collectDocument() {
         std::vector<Json::Value> objects;
         const int rc = manager->getInventoryJsonObject(objects);
         switch (id) {
-        case FIBRE_CHANNEL:
-        case ETHERNET:
-        case INFINIBAND:
+        case ORB_FIBRE_CHANNEL:
+        case ORB_ETHERNET:
+        case ORB_INFINIBAND:
             append_objects(sections, orb_RM_to_string.at(id), objects);
             break;
-        case HOST:
+        case ORB_HOST:
             if (!objects.empty()) sections[orb_RM_to_string.at(id)] = std::move(objects.back());
             break;
-        case STORAGE:
+        case ORB_STORAGE:
             for (const STORAGE_SECTION &section : STORAGE_SECTIONS) {
                 std::vector<Json::Value> kindObjects;
                 (void)manager->getInventoryJsonObject2(section.kind, kindObjects);

@@ -116,7 +116,7 @@ TEST_F(IpmiTest, ExchangeCarriesFieldsAndIgnoresTheLun) {
 }
 
 TEST_F(IpmiTest, RejectedCommandCountsAsSuccess) {
-    for (const std::uint8_t code : {0xC1, 0xFF, 0x01}) {
+    for (const std::uint8_t code : std::initializer_list<std::uint8_t>{0xC1, 0xFF, 0x01}) {
         FakeRmc rmc(in_order({Answer{{code}}}));
         ipmi::IPMIUtils ipmi;
         unsigned char none = 0, asked = 4, response[] = {9, 9, 9, 9};
@@ -338,7 +338,7 @@ TEST_F(IpmiTest, MissingDeviceCostsTwoRoundsAndFails) {
 }
 
 TEST_F(IpmiTest, RefusedTransferIsReportedAsAnError) {
-    for (const std::uint8_t code : {3, 4, 5, 6, 7, 8, 9, 255}) {
+    for (const std::uint8_t code : std::initializer_list<std::uint8_t>{3, 4, 5, 6, 7, 8, 9, 255}) {
         FakeRmc rmc(in_order({status(code, 0x1F)}));
         EXPECT_EQ(ipmi::IPMIUtils().RMC_CLI_Cmd_Execution("WriteInventory", FOUR_MESSAGES), 1);
     }
@@ -356,7 +356,7 @@ TEST_F(IpmiTest, RefusedTransferIsReportedAsAnError) {
 }
 
 TEST_F(IpmiTest, StatusOneAndTwoReportSuccess) {
-    for (const std::uint8_t code : {1, 2}) {
+    for (const std::uint8_t code : std::initializer_list<std::uint8_t>{1, 2}) {
         FakeRmc rmc(in_order({status(code, 0x1F)}));
         EXPECT_EQ(ipmi::IPMIUtils().RMC_CLI_Cmd_Execution("WriteInventory", FOUR_MESSAGES), 0);
     }
@@ -519,7 +519,7 @@ TEST_F(IpmiTest, RecordsOfAMissingDeviceFail) {
 }
 
 TEST_F(IpmiTest, PartitionIsTheFirstBitOfTheFirstByte) {
-    for (const std::uint8_t byte : {0, 1, 2, 3, 0xFE, 0xFF}) {
+    for (const std::uint8_t byte : std::initializer_list<std::uint8_t>{0, 1, 2, 3, 0xFE, 0xFF}) {
         FakeRmc rmc(in_order({Answer{{0, byte, 1, 1, 1, 1, 1, 1, 1}}}));
         EXPECT_EQ(ipmi::GetPartitionId(42), byte & 1);
         EXPECT_EQ(rmc.sent()[0].netfn, 0x34);
