@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/Logger.h"
 #include "fakes/FakeProcess.h"
 #include "fakes/LogFile.h"
 #include "fakes/TemporaryRoot.h"
