@@ -1,0 +1,108 @@
+#include "daemon/daemon_options.h"
+
+#include <getopt.h>
+
+#include <charconv>
+#include <cstring>
+
+const char DAEMON_HELP[] =
+    "Usage: orbd [--foreground] [--stop-timeout N]\n"
+    "       orbd --print-inventory [--compact]\n"
+    "       orbd --check-config [FILE]\n"
+    "Reports this host's hardware inventory and events to its rack management controller.\n"
+    "\n"
+    "  --foreground         stay in the foreground and tell the service manager when ready;\n"
+    "                       without it the daemon goes to the background\n"
+    "  --stop-timeout N     end by force when a stop makes no progress for N seconds (1 to 900,\n"
+    "                       180 if not given)\n"
+    "  --print-inventory    build the inventory once, print it and end; sends nothing and leaves\n"
+    "                       a running daemon alone\n"
+    "  --compact            with --print-inventory: the document on one line\n"
+    "  --check-config [FILE]  print for each key what the daemon will use and why\n"
+    "  --version            print the version and end\n"
+    "  --help               print this help and end\n"
+    "\n"
+    "SIGTERM and SIGINT stop the daemon in order, SIGHUP checks its log files for rotation.\n"
+    "Exit status: 0 clean end; 1 start failed or stop timed out; 2 usage; 3 --check-config found\n"
+    "something that isn't used as written; 245, 246 log directories can't be made.\n";
+
+namespace {
+constexpr int COMPACT = 256, STOP_TIMEOUT = 257, MODE_OPTION = 258; // the last plus the mode
+
+const option LONG_OPTIONS[] = {
+    {"foreground", no_argument, nullptr, MODE_OPTION + ORB_DAEMON_OPTIONS::FOREGROUND},
+    {"print-inventory", no_argument, nullptr, MODE_OPTION + ORB_DAEMON_OPTIONS::PRINT_INVENTORY},
+    {"check-config", optional_argument, nullptr, MODE_OPTION + ORB_DAEMON_OPTIONS::CHECK_CONFIG},
+    {"version", no_argument, nullptr, MODE_OPTION + ORB_DAEMON_OPTIONS::VERSION},
+    {"help", no_argument, nullptr, MODE_OPTION + ORB_DAEMON_OPTIONS::HELP},
+    {"compact", no_argument, nullptr, COMPACT},
+    {"stop-timeout", required_argument, nullptr, STOP_TIMEOUT},
+    {nullptr, 0, nullptr, 0},
+};
+
+bool read_timeout(const char *text, long &out) {
+    const char *const end = text + std::strlen(text);
+    long value = 0;
+    const auto [stop, error] = std::from_chars(text, end, value);
+    if (error != std::errc() || stop != end || value < 1 || value > STOP_TOTAL_S) return false;
+    out = value;
+    return true;
+}
+} // namespace
+
+bool parse_options(int argc, char **argv, ORB_DAEMON_OPTIONS &out, std::string &fault) {
+    out = ORB_DAEMON_OPTIONS();
+    bool modeGiven = false, timeoutGiven = false;
+    const char *modeText = nullptr;
+
+    optind = 0; // starts anew, also where the process has read a command line before
+    opterr = 0;
+    for (int code; (code = ::getopt_long(argc, argv, ":", LONG_OPTIONS, nullptr)) != -1;) {
+        const char *const given = argv[optind - 1];
+        switch (code) {
+        case ':':
+            fault = std::string(given) + ": a value is missing";
+            return false;
+        case '?':
+            fault = optopt >= COMPACT ? std::string(given) + ": takes no value"
+                    : optopt != 0
+                        ? std::string("-") + static_cast<char>(optopt) + ": no such option"
+                        : std::string(given) + ": no such option, or not unique";
+            return false;
+        case COMPACT:
+            out.compact = true;
+            break;
+        case STOP_TIMEOUT:
+            timeoutGiven = true;
+            if (read_timeout(optarg, out.stopTimeoutS)) break;
+            fault = std::string("--stop-timeout ") + optarg + ": not a number from 1 to 900";
+            return false;
+        default:
+            if (modeGiven) {
+                fault = std::string(given) + ": can't be combined with " + modeText;
+                return false;
+            }
+            modeGiven = true;
+            modeText = given;
+            out.mode = static_cast<ORB_DAEMON_OPTIONS::MODE>(code - MODE_OPTION);
+            if (optarg != nullptr) out.configFile = optarg;
+            break;
+        }
+    }
+    if (out.mode == ORB_DAEMON_OPTIONS::CHECK_CONFIG && out.configFile.empty() && optind < argc)
+        out.configFile = argv[optind++];
+    if (optind < argc) {
+        fault = std::string(argv[optind]) + ": not expected here";
+        return false;
+    }
+    if (out.compact && out.mode != ORB_DAEMON_OPTIONS::PRINT_INVENTORY) {
+        fault = "--compact: only with --print-inventory";
+        return false;
+    }
+    if (timeoutGiven && out.mode != ORB_DAEMON_OPTIONS::BACKGROUND &&
+        out.mode != ORB_DAEMON_OPTIONS::FOREGROUND) {
+        fault = "--stop-timeout: only where the daemon runs";
+        return false;
+    }
+    return true;
+}

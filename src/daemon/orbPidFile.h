@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+/// "/run/orbd.pid": holds the daemon's process id and, by its lock, tells that the daemon runs. The
+/// lock goes with the process, however it ends, and passes to a forked child; the file is removed
+/// by the destructor.
+class orbPidFile {
+public:
+    orbPidFile() = default;
+    ~orbPidFile();
+    orbPidFile(const orbPidFile &) = delete;
+    orbPidFile &operator=(const orbPidFile &) = delete;
+
+    /// Makes and locks the file and writes this process's id.
+    /// @param fault  takes the reason of a failure, with the id of the daemon that runs already
+    /// @return false where it can't be had
+    bool take(std::string &fault);
+    bool write();  ///< writes the id again, after a fork. @return false on failure
+    void disown(); ///< leaves lock and file to the child that inherited them
+
+private:
+    std::string path; // mapped
+    int fd = -1;
+};
