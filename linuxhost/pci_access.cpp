@@ -112,6 +112,12 @@ std::string link_target(const std::string &path) {
                        : std::string(target.data(), static_cast<std::size_t>(length));
 }
 
+/// The last name of a link's target, which needn't exist; empty where there is no link.
+std::string linked_name(const std::string &path) {
+    const std::string target = link_target(path);
+    return target.substr(target.rfind('/') + 1);
+}
+
 /// A function's folder is a link into the tree of devices; the folder above is its bridge.
 void read_parent(const std::string &path, ORB_PCI_FUNCTION &function) {
     const std::string target = link_target(path);
@@ -129,11 +135,6 @@ std::string small_attribute(const std::string &path) {
     return one_line(text);
 }
 
-std::string property(pci_dev *device, u32 which) {
-    const char *text = pci_get_string_property(device, which);
-    return text == nullptr ? std::string() : std::string(text);
-}
-
 void read_registers(pci_dev *device, ORB_PCI_FUNCTION &function) {
     std::array<std::uint8_t, 64> registers{};
     if (pci_read_block(device, 0, registers.data(), static_cast<int>(registers.size())) == 0)
@@ -149,10 +150,9 @@ void read_registers(pci_dev *device, ORB_PCI_FUNCTION &function) {
 }
 
 ORB_PCI_FUNCTION read_function(pci_dev *device, const std::string &folder) {
-    const int known =
-        pci_fill_info(device, PCI_FILL_IDENT | PCI_FILL_CLASS | PCI_FILL_CLASS_EXT |
-                                  PCI_FILL_SUBSYS | PCI_FILL_IRQ | PCI_FILL_DRIVER |
-                                  PCI_FILL_PHYS_SLOT | PCI_FILL_LABEL | PCI_FILL_IOMMU_GROUP);
+    const int known = pci_fill_info(device, PCI_FILL_IDENT | PCI_FILL_CLASS | PCI_FILL_CLASS_EXT |
+                                                PCI_FILL_SUBSYS | PCI_FILL_IRQ |
+                                                PCI_FILL_PHYS_SLOT | PCI_FILL_LABEL);
     ORB_PCI_FUNCTION function;
     function.address = {static_cast<std::uint32_t>(device->domain), device->bus, device->dev,
                         device->func};
@@ -168,9 +168,8 @@ ORB_PCI_FUNCTION read_function(pci_dev *device, const std::string &folder) {
         function.subDevice = device->subsys_id;
     }
     function.irq = device->irq;
-    function.driver = property(device, PCI_FILL_DRIVER);
-    function.label = property(device, PCI_FILL_LABEL);
-    function.iommuGroup = property(device, PCI_FILL_IOMMU_GROUP);
+    if (const char *label = pci_get_string_property(device, PCI_FILL_LABEL))
+        function.label = one_line(label);
     if (device->phy_slot != nullptr) function.slotName = device->phy_slot;
     read_registers(device, function);
 
@@ -178,6 +177,8 @@ ORB_PCI_FUNCTION read_function(pci_dev *device, const std::string &folder) {
     std::snprintf(name.data(), name.size(), "/%04x:%02x:%02x.%x", function.address.segment,
                   unsigned{device->bus}, unsigned{device->dev}, unsigned{device->func});
     const std::string path = folder + name.data();
+    function.driver = linked_name(path + "/driver");
+    function.iommuGroup = linked_name(path + "/iommu_group");
     function.kernelName = kernel_name(path, function);
     read_parent(path, function);
     function.driverOverride = small_attribute(path + "/driver_override");

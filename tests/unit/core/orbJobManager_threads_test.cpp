@@ -165,8 +165,9 @@ TEST_F(JobThreads, OnlyTheHostEnabledStillCreatesFourThreads) {
     EXPECT_EQ(start(), 1);
     EXPECT_EQ(process.created(), 4);
     stop();
-    EXPECT_EQ(journal.all(), (Texts{"init host", "stop host", "end host"}))
-        << "a disabled manager is neither run nor asked to stop";
+    EXPECT_EQ(journal.beginningWith("init"), Texts{"init host"});
+    EXPECT_EQ(journal.beginningWith("stop"), Texts{"stop host"}) << "no disabled manager is asked";
+    EXPECT_EQ(journal.beginningWith("end"), Texts{"end host"});
     EXPECT_EQ(process.joined(), (Texts{"HostOSInfo", "StorageControllers", "EthernetDevices",
                                        "FibreChannelDevices"}));
     EXPECT_LOGGED(*log, "DEBUG", JOB_MGR, "Resource manager FibreChannelDevices [0] is disabled.");
