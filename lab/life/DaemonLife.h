@@ -1,0 +1,26 @@
+#pragma once
+
+#include <signal.h>
+#include <sys/types.h>
+
+#include <string>
+
+#include "life/LabTime.h"
+
+/// What one run of the daemon gets from the world.
+struct LIFE_SETTINGS {
+    std::string root;           ///< absolute; the simulated server's files
+    std::string commandFolders; ///< put in front of PATH
+    std::string hostFacts;      ///< folder with what the host commands print
+    std::string vendorFolder;   ///< vendor libraries
+    std::string outputFile;     ///< takes standard output and standard error
+    LabTime time;
+    int controlSocket = -1;        ///< the life's end
+    bool answerFromMemory = false; ///< shell lines, see LabCommands
+    sigset_t signalMask{};         ///< the one that the daemon starts with
+};
+
+/// Forks a process that is the daemon behind the lab's doors, from its entry program to its end.
+/// The caller must have no other thread.
+/// @return the process id, -1 with errno where it could not be made
+pid_t begin_life(const LIFE_SETTINGS &settings);

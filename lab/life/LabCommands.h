@@ -1,0 +1,44 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "hostaccess/orbHostCommands.h"
+
+/// A shell line that sends its standard output to a file.
+struct REDIRECTED_LINE {
+    std::string command; ///< without the redirection
+    std::string file;    ///< with the shell's quotes taken off; empty where there is none
+    bool append = false;
+};
+/// Takes the redirection off a line's end.
+REDIRECTED_LINE split_redirection(const std::string &line);
+
+/// The shell of the simulated server. Lines run as they are, with the lab's own host commands first
+/// in PATH. The lines that load the IPMI driver's modules or make its device node succeed without
+/// being run: they would change the machine that the lab runs on.
+class LabCommands final : public IorbHostCommands {
+public:
+    /// @param answerFromMemory  each line is run once; from then on its recorded output and status
+    ///                          answer in process, and the data file is made as the shell would
+    explicit LabCommands(bool answerFromMemory) : fromMemory(answerFromMemory) {}
+    ORB_COMMAND_RESULT system(const std::string &line) override;
+    std::FILE *popen(const std::string &line, int *err) override;
+    int pclose(std::FILE *stream) override;
+
+    static bool changesTheMachine(const std::string &line);
+
+private:
+    struct RECORDED {
+        std::string output;
+        int status = 0;
+    };
+    const RECORDED &recordedLocked(const std::string &command);
+    int writeLocked(const REDIRECTED_LINE &line, const std::string &output);
+
+    const bool fromMemory;
+    std::mutex lock;                        // guards all below
+    std::map<std::string, RECORDED> memory; // by command; lines differ in nothing from run to run
+    std::map<std::FILE *, int> open;        // answered from memory, with their status
+};

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+
+#include "hostaccess/orbHostFiles.h"
+#include "hostaccess/orbHostLibraries.h"
+#include "hostaccess/orbHostSyslog.h"
+
+/// The simulated server's files: every path lies below one root.
+class LabFiles final : public IorbHostFiles {
+public:
+    explicit LabFiles(std::string hostRoot) : root(std::move(hostRoot)) {}
+    std::string map(const std::string &hostPath) override { return root + hostPath; }
+
+private:
+    const std::string root;
+};
+
+/// The system log as a file, a line per call.
+class LabSyslog final : public IorbHostSyslog {
+public:
+    explicit LabSyslog(std::string file) : path(std::move(file)) {}
+    void write(const char *ident, int facility, int priority, const char *text) override;
+
+private:
+    const std::string path;
+    std::mutex lock; // one line at a time
+};
+
+/// Vendor libraries by their base name from one folder; nothing of the real host is loaded.
+class LabLibraries final : public IorbHostLibraries {
+public:
+    explicit LabLibraries(std::string vendorFolder) : folder(std::move(vendorFolder)) {}
+    void *open(const char *name, int flags) override;
+    void *symbol(void *library, const char *name) override;
+    int close(void *library) override;
+    char *error() override;
+
+private:
+    const std::string folder;
+};

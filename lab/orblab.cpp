@@ -1,0 +1,87 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "core/format_text.h"
+#include "world/World.h"
+#include "world/lab_options.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+constexpr int GOOD = 0, FAILED = 1, USAGE = 2;
+
+std::string scenario_file(const LAB_OPTIONS &options, const LAB_PLACES &places) {
+    if (options.scenario.find('/') != std::string::npos || options.scenario.ends_with(".json"))
+        return options.scenario;
+    return places.scenarios + "/" + options.scenario + ".json";
+}
+
+int list_scenarios(const LAB_PLACES &places) {
+    std::error_code failure;
+    std::vector<std::string> files;
+    for (const fs::directory_entry &entry : fs::directory_iterator(places.scenarios, failure))
+        if (entry.path().extension() == ".json") files.push_back(entry.path());
+    if (failure) {
+        LabOutputs::complain(places.scenarios + ": " + failure.message());
+        return FAILED;
+    }
+    std::sort(files.begin(), files.end());
+    int result = GOOD;
+    for (const std::string &file : files) {
+        SCENARIO scenario;
+        std::string error;
+        if (!read_scenario(file, scenario, error)) {
+            LabOutputs::complain(error);
+            result = FAILED;
+            continue;
+        }
+        std::printf("%-26s %s\n", scenario.name.c_str(), scenario.title.c_str());
+    }
+    return result;
+}
+} // namespace
+
+int main(int argc, char **argv) {
+    LAB_OPTIONS options;
+    std::string error;
+    if (!parse_lab_options(argc, argv, options, error)) {
+        LabOutputs::complain(error);
+        std::fputs("Try orblab --help.\n", stderr);
+        return USAGE;
+    }
+    if (options.help) return std::fputs(LAB_USAGE, stdout) < 0 ? FAILED : GOOD;
+    if (options.version) return std::puts("orblab " ORB_VERSION) < 0 ? FAILED : GOOD;
+
+    const LAB_PLACES places = find_lab_places(options.data);
+    if (options.listScenarios) return list_scenarios(places);
+
+    WORLD_SETTINGS settings;
+    if (!read_scenario(scenario_file(options, places), settings.scenario, error)) {
+        LabOutputs::complain(error);
+        return FAILED;
+    }
+    if (options.linuxHost) {
+        // The server is this machine; nothing is made to happen to it.
+        settings.scenario.name = "linux";
+        settings.scenario.title = "this machine";
+        settings.scenario.timeline.clear();
+        settings.scenario.lastStartAgo.reset();
+    }
+    settings.places = places;
+    settings.outputFolder = options.output;
+    settings.speed = options.speed;
+    settings.once = options.once;
+    settings.keep = options.keep;
+    settings.realHost = options.linuxHost;
+    settings.readStandardInput = !options.once;
+    settings.commandFifo = options.commands;
+    settings.style.quiet = options.quiet;
+    settings.style.json = options.json;
+    settings.style.progress = ::isatty(STDOUT_FILENO) == 1;
+    return World(std::move(settings)).run();
+}

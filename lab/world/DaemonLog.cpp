@@ -1,0 +1,101 @@
+#include "world/DaemonLog.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "core/format_text.h"
+#include "core/number_readers.h"
+
+namespace {
+constexpr std::size_t LINE_LIMIT = 64 * 1024;
+
+/// The text behind `mark`, none where the line doesn't hold it.
+std::optional<std::string> behind(const std::string &line, const char *mark) {
+    const std::size_t at = line.find(mark);
+    if (at == std::string::npos) return std::nullopt;
+    return line.substr(at + std::char_traits<char>::length(mark));
+}
+
+/// The module tag: the word before the first ": ".
+std::string tag_of(const std::string &line) {
+    const std::size_t colon = line.find(": ");
+    if (colon == std::string::npos) return {};
+    const std::size_t blank = line.rfind(' ', colon - 1);
+    return blank == std::string::npos ? line.substr(0, colon)
+                                      : line.substr(blank + 1, colon - blank - 1);
+}
+
+const char *manager_of(const std::string &id) {
+    switch (read_decimal(id)) {
+    case 0:
+        return "FibreChannelDevices";
+    case 1:
+        return "HostOSInfo";
+    case 2:
+        return "StorageControllers";
+    case 3:
+        return "EthernetDevices";
+    default:
+        return "?";
+    }
+}
+} // namespace
+
+std::vector<std::string> LogTail::newLines() {
+    std::vector<std::string> lines;
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return lines;
+    struct stat now {};
+    if (::fstat(fd, &now) == 0 && (now.st_ino != inode || now.st_size < offset)) {
+        inode = now.st_ino;
+        offset = 0;
+        partial.clear();
+    }
+    char piece[16384];
+    for (ssize_t got = 0; (got = ::pread(fd, piece, sizeof piece, offset)) > 0;) {
+        offset += got;
+        for (const char c : std::string_view(piece, static_cast<std::size_t>(got))) {
+            if (c == '\n') {
+                lines.push_back(std::move(partial));
+                partial.clear();
+                tooLong = false;
+            } else if (!tooLong) {
+                partial += c;
+                tooLong = partial.size() >= LINE_LIMIT;
+            }
+        }
+    }
+    ::close(fd);
+    return lines;
+}
+
+std::optional<std::string> DaemonProgress::read(const std::string &line) {
+    if (const auto name = behind(line, "Creating thread for "))
+        return "manager " + *name + ": started";
+    if (line.find("Resource manager ") != std::string::npos && line.ends_with(" is disabled."))
+        return "manager " + *behind(line, "Resource manager ");
+    if (const auto number = behind(line, "iteration no. ")) {
+        pass = static_cast<int>(read_decimal(*number));
+        return format_text("readiness pass %d", pass);
+    }
+    if (const auto rest = behind(line, "RM "); rest && rest->ends_with(" not ready with inventory"))
+        return format_text("readiness pass %d: %s not ready", pass, manager_of(*rest));
+    if (line.find("Exiting CacheBuild") != std::string::npos) {
+        const std::string tag = tag_of(line);
+        if (std::find(cached.begin(), cached.end(), tag) != cached.end()) return std::nullopt;
+        cached.push_back(tag);
+        return "manager " + (tag == "HOST_RM" ? "HostOSInfo" : tag) + ": first cache built";
+    }
+    if (line.find("Success in delivering inventory string to RMC!") != std::string::npos)
+        return "inventory delivered";
+    if (line.find("An Error occurred in delivering inventory string to RMC!") != std::string::npos)
+        return "inventory not delivered";
+    if (line.find("FAILURE in logging event to RMC") != std::string::npos)
+        return "event not delivered";
+    if (const auto status = behind(line, "Transfer Status is ")) return "RMC refused: " + *status;
+    if (line.find("ORB Exiting Gracefully!") != std::string::npos) return "daemon ends in order";
+    return std::nullopt;
+}

@@ -1,0 +1,360 @@
+#include "world/Scenario.h"
+
+#include <arpa/inet.h>
+
+#include <fstream>
+#include <functional>
+#include <initializer_list>
+
+#include "core/format_text.h"
+#include "core/json_text.h"
+#include "world/lab_command.h"
+
+namespace {
+constexpr int BASE_LIMIT = 8;
+
+/// Reads members of one JSON object with a type each, and remembers the first thing that is wrong.
+/// Whoever reads an object names all its members, so a misspelt one is told.
+class Members {
+public:
+    Members(const Json::Value &object, std::string objectPlace, std::string &firstError)
+        : value(object), place(std::move(objectPlace)), error(firstError) {
+        if (!value.isNull() && !value.isObject()) fail("", "must be an object");
+    }
+
+    void only(std::initializer_list<const char *> names) {
+        if (!value.isObject()) return;
+        for (const std::string &name : value.getMemberNames()) {
+            bool known = false;
+            for (const char *each : names) known = known || name == each;
+            if (!known) fail(name, "unknown key");
+        }
+    }
+    bool has(const char *name) const { return value.isObject() && value.isMember(name); }
+    const Json::Value &at(const char *name) const {
+        return has(name) ? value[name] : Json::Value::nullSingleton();
+    }
+    void text(const char *name, std::string &out, std::size_t limit = 1000) {
+        if (!has(name)) return;
+        if (!at(name).isString()) return fail(name, "must be a text");
+        if (at(name).asString().size() > limit)
+            return fail(name, format_text("longer than %zu characters", limit));
+        out = at(name).asString();
+    }
+    void flag(const char *name, bool &out) {
+        if (!has(name)) return;
+        if (!at(name).isBool()) return fail(name, "must be true or false");
+        out = at(name).asBool();
+    }
+    template <typename Number>
+    void number(const char *name, Number &out, std::int64_t from, std::int64_t to) {
+        if (!has(name)) return;
+        const Json::Value &given = at(name);
+        if (!given.isInt64() || given.asInt64() < from || given.asInt64() > to)
+            return fail(name,
+                        format_text("must be a whole number from %lld to %lld",
+                                    static_cast<long long>(from), static_cast<long long>(to)));
+        out = static_cast<Number>(given.asInt64());
+    }
+    void seconds(const char *name, double &out) {
+        if (!has(name)) return;
+        const Json::Value &given = at(name);
+        if (!given.isNumeric() || given.asDouble() < 0 || given.asDouble() > 1e9)
+            return fail(name, "must be a number of seconds, 0 or more");
+        out = given.asDouble();
+    }
+    void list(const char *name, const std::function<void(const Json::Value &, std::string)> &each) {
+        if (!has(name)) return;
+        if (!at(name).isArray()) return fail(name, "must be an array");
+        for (Json::ArrayIndex i = 0; i < at(name).size(); ++i)
+            each(at(name)[i], path(name) + format_text("[%u]", i));
+    }
+    std::string path(const std::string &name) const {
+        if (name.empty()) return place;
+        return place.empty() ? name : place + "." + name;
+    }
+    void fail(const std::string &name, const std::string &what) {
+        if (error.empty()) error = (path(name).empty() ? "scenario" : path(name)) + ": " + what;
+    }
+
+private:
+    const Json::Value &value;
+    const std::string place;
+    std::string &error;
+};
+
+void check_address(Members &members, const char *name, const std::string &text) {
+    std::uint16_t segment = 0;
+    std::uint8_t bus = 0, deviceFunction = 0;
+    if (!read_pci_address(text, segment, bus, deviceFunction))
+        members.fail(name, "must be a PCI address such as 0000:24:00.0");
+}
+
+SCENARIO_DEVICE read_device(const Json::Value &value, const std::string &place, bool isSlot,
+                            std::string &error) {
+    SCENARIO_DEVICE device;
+    Members members(value, place, error);
+    device.type = isSlot ? 0xA5 : 5;
+    members.text("designation", device.designation, 120);
+    members.number("type", device.type, 1, isSlot ? 255 : 127);
+    if (isSlot) {
+        members.only({"designation", "type", "width", "id", "short", "address"});
+        members.number("id", device.id, 1, 65535);
+        members.flag("short", device.isShort);
+        members.number("width", device.width, 1, 255);
+    } else {
+        members.only({"designation", "type", "instance", "enabled", "address"});
+        members.number("instance", device.instance, 0, 255);
+        members.flag("enabled", device.enabled);
+    }
+    if (members.has("address")) {
+        std::string address;
+        members.text("address", address);
+        check_address(members, "address", address);
+        device.address = address;
+    }
+    if (device.designation.empty()) members.fail("designation", "must not be empty");
+    return device;
+}
+
+void read_machine(const Json::Value &value, SCENARIO_MACHINE &machine, std::string &error) {
+    Members members(value, "machine", error);
+    members.only({"manufacturer", "product", "version", "serial", "uuid", "sku", "family", "slots",
+                  "onboard"});
+    members.text("manufacturer", machine.manufacturer, 60);
+    members.text("product", machine.product, 120);
+    members.text("version", machine.version, 120);
+    members.text("serial", machine.serial, 120);
+    members.text("uuid", machine.uuid, 36);
+    members.text("sku", machine.sku, 120);
+    members.text("family", machine.family, 60);
+    members.list("slots", [&](const Json::Value &each, const std::string &place) {
+        machine.slots.push_back(read_device(each, place, true, error));
+    });
+    members.list("onboard", [&](const Json::Value &each, const std::string &place) {
+        machine.onboard.push_back(read_device(each, place, false, error));
+    });
+}
+
+SCENARIO_PCI read_pci(const Json::Value &value, const std::string &place, std::string &error) {
+    SCENARIO_PCI device;
+    Members members(value, place, error);
+    members.only({"address", "vendor", "device", "subVendor", "subDevice", "class", "className",
+                  "vendorName", "deviceName", "kernelName"});
+    members.text("address", device.address);
+    check_address(members, "address", device.address);
+    members.number("vendor", device.vendor, 0, 0xFFFF);
+    members.number("device", device.device, 0, 0xFFFF);
+    members.number("subVendor", device.subVendor, 0, 0xFFFF);
+    members.number("subDevice", device.subDevice, 0, 0xFFFF);
+    members.number("class", device.deviceClass, 0, 0xFFFF);
+    members.text("className", device.className);
+    members.text("vendorName", device.vendorName);
+    members.text("deviceName", device.deviceName);
+    members.text("kernelName", device.kernelName);
+    return device;
+}
+
+void read_host(const Json::Value &value, SCENARIO_HOST &host, std::string &error) {
+    Members members(value, "host", error);
+    members.only({"name", "osName", "osVersion", "build", "update", "patch", "kernelName",
+                  "kernelRelease", "kernelVersion", "kernelMachine", "memoryMBytes", "freeMBytes",
+                  "uptimeSeconds", "addresses", "pci"});
+    members.text("name", host.name, 64);
+    members.text("osName", host.osName);
+    members.text("osVersion", host.osVersion);
+    members.text("build", host.build);
+    members.text("update", host.update);
+    members.text("patch", host.patch);
+    members.text("kernelName", host.kernelName, 64);
+    members.text("kernelRelease", host.kernelRelease, 64);
+    members.text("kernelVersion", host.kernelVersion, 64);
+    members.text("kernelMachine", host.kernelMachine, 64);
+    members.number("memoryMBytes", host.memoryMBytes, 0, INT64_MAX);
+    members.number("freeMBytes", host.freeMBytes, 0, INT64_MAX);
+    members.number("uptimeSeconds", host.uptimeSeconds, 0, 1'000'000'000);
+    members.list("addresses", [&](const Json::Value &each, const std::string &place) {
+        Members entry(each, place, error);
+        SCENARIO_ADDRESS address;
+        entry.only({"interface", "address"});
+        entry.text("interface", address.interface, 15);
+        entry.text("address", address.address);
+        in_addr parsed{};
+        if (::inet_pton(AF_INET, address.address.c_str(), &parsed) != 1)
+            entry.fail("address", "must be an IPv4 address");
+        host.addresses.push_back(address);
+    });
+    members.list("pci", [&](const Json::Value &each, const std::string &place) {
+        host.pci.push_back(read_pci(each, place, error));
+    });
+    if (host.name.empty()) members.fail("name", "must not be empty");
+}
+
+std::string read_command(const Json::Value &value, const std::string &place, std::string &error) {
+    LAB_COMMAND command;
+    std::string why = "must be a text";
+    if (value.isString() && parse_lab_command(value.asString(), command, why))
+        return value.asString();
+    if (error.empty()) error = place + ": " + why;
+    return {};
+}
+
+void read_timeline(Members &members, SCENARIO &scenario, std::string &error) {
+    members.list("timeline", [&](const Json::Value &each, const std::string &place) {
+        Members entry(each, place, error);
+        SCENARIO_STEP step;
+        entry.only({"at", "inventories", "events", "wait", "do"});
+        entry.seconds("at", step.at);
+        entry.number("inventories", step.inventories, 0, 1'000'000);
+        entry.number("events", step.events, 0, 1'000'000);
+        entry.seconds("wait", step.wait);
+        step.command = read_command(entry.at("do"), entry.path("do"), error);
+        scenario.timeline.push_back(std::move(step));
+    });
+}
+
+void read_expectation(const Json::Value &value, SCENARIO_EXPECTATION &expect, std::string &error) {
+    Members members(value, "expect", error);
+    members.only({"inventories", "events", "facts", "log"});
+    members.number("inventories", expect.inventories, 0, 1'000'000);
+    members.list("events", [&](const Json::Value &each, const std::string &place) {
+        Json::Value wanted = each;
+        if (each.isInt()) {
+            wanted = Json::Value(Json::objectValue);
+            wanted["ID"] = each;
+        }
+        Members(wanted, place, error);
+        expect.events.push_back(std::move(wanted));
+    });
+    members.list("log", [&](const Json::Value &each, const std::string &place) {
+        if (!each.isString()) {
+            if (error.empty()) error = place + ": must be a text";
+            return;
+        }
+        expect.log.push_back(each.asString());
+    });
+    if (!members.has("facts")) return;
+    const Json::Value &facts = members.at("facts");
+    Members(facts, "expect.facts", error);
+    if (!facts.isObject()) return;
+    for (const std::string &path : facts.getMemberNames())
+        expect.facts.emplace_back(path, facts[path]);
+}
+
+/// Objects are merged member by member, everything else replaces.
+void merge(Json::Value &base, const Json::Value &changes, int depth = 0) {
+    if (!base.isObject() || !changes.isObject() || depth > 100) {
+        base = changes;
+        return;
+    }
+    for (const std::string &name : changes.getMemberNames())
+        merge(base[name], changes[name], depth + 1);
+}
+
+bool load_merged(const std::string &path, int depth, Json::Value &root, std::string &error) {
+    std::ifstream file(path);
+    if (!file) {
+        error = path + ": can't be read";
+        return false;
+    }
+    Json::Value own;
+    std::string why;
+    if (!parse_json(file, own, &why)) {
+        error = path + ": not JSON: " + why;
+        return false;
+    }
+    if (!own.isObject()) {
+        error = path + ": must be an object";
+        return false;
+    }
+    if (!own.isMember("base")) {
+        root = own;
+        return true;
+    }
+    if (!own["base"].isString() || own["base"].asString().find('/') != std::string::npos) {
+        error = path + ": base: must be a scenario's name";
+        return false;
+    }
+    if (depth == BASE_LIMIT) {
+        error = path + ": base: too many scenarios stand on each other";
+        return false;
+    }
+    const std::string folder = path.substr(0, path.rfind('/') + 1);
+    if (!load_merged(folder + own["base"].asString() + ".json", depth + 1, root, error))
+        return false;
+    // What happens is each scenario's own; only the server is taken over.
+    for (const char *name : {"timeline", "expect", "title", "commands", "runState"})
+        root.removeMember(name);
+    own.removeMember("base");
+    merge(root, own);
+    return true;
+}
+} // namespace
+
+bool read_pci_address(const std::string &text, std::uint16_t &segment, std::uint8_t &bus,
+                      std::uint8_t &deviceFunction) {
+    constexpr const char *SHAPE = "hhhh:hh:hh.o";
+    if (text.size() != 12) return false;
+    unsigned long digits = 0;
+    for (std::size_t i = 0; i < 12; ++i) {
+        const char c = text[i];
+        const bool isDigit = c >= '0' && c <= '9', isLetter = c >= 'a' && c <= 'f';
+        if (SHAPE[i] == 'h' || SHAPE[i] == 'o') {
+            if (!isDigit && !isLetter) return false;
+            digits = digits << 4 | static_cast<unsigned long>(isDigit ? c - '0' : c - 'a' + 10);
+        } else if (c != SHAPE[i]) {
+            return false;
+        }
+    }
+    const unsigned long function = digits & 0xF, device = digits >> 4 & 0xFF;
+    if (function > 7 || device > 31) return false;
+    segment = static_cast<std::uint16_t>(digits >> 20);
+    bus = static_cast<std::uint8_t>(digits >> 12);
+    deviceFunction = static_cast<std::uint8_t>(device << 3 | function);
+    return true;
+}
+
+bool read_scenario_json(const Json::Value &root, SCENARIO &scenario, std::string &error) {
+    error.clear();
+    SCENARIO read;
+    Members members(root, "", error);
+    members.only({"title", "machine", "host", "esxtop", "ipmiDevice", "runState", "config",
+                  "commands", "timeline", "expect", "limitSeconds"});
+    members.text("title", read.title);
+    read_machine(members.at("machine"), read.machine, error);
+    read_host(members.at("host"), read.host, error);
+    members.text("esxtop", read.esxtop);
+    if (!is_esxtop_mode(read.esxtop))
+        members.fail("esxtop", "must be works, fails, empty or garbled");
+    members.flag("ipmiDevice", read.ipmiDevice);
+    if (members.has("runState")) {
+        Members state(members.at("runState"), "runState", error);
+        state.only({"lastStartAgo", "lastStopAgo"});
+        read.lastStartAgo = read.lastStopAgo = 0;
+        state.number("lastStartAgo", *read.lastStartAgo, 0, 1'000'000'000);
+        state.number("lastStopAgo", *read.lastStopAgo, 0, 1'000'000'000);
+    }
+    read.config = members.has("config") ? members.at("config") : Json::Value(Json::objectValue);
+    if (!read.config.isNull()) Members(read.config, "config", error);
+    members.list("commands", [&](const Json::Value &each, const std::string &place) {
+        read.commands.push_back(read_command(each, place, error));
+    });
+    read_timeline(members, read, error);
+    read_expectation(members.at("expect"), read.expect, error);
+    members.number("limitSeconds", read.limitSeconds, 1, 86400);
+    if (!error.empty()) return false;
+    scenario = std::move(read);
+    return true;
+}
+
+bool read_scenario(const std::string &path, SCENARIO &scenario, std::string &error) {
+    Json::Value root;
+    if (!load_merged(path, 0, root, error)) return false;
+    if (!read_scenario_json(root, scenario, error)) {
+        error = path + ": " + error;
+        return false;
+    }
+    scenario.name = path.substr(path.rfind('/') + 1);
+    if (scenario.name.ends_with(".json")) scenario.name.resize(scenario.name.size() - 5);
+    return true;
+}

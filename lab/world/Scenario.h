@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <json/json.h>
+
+/// One entry of the machine's slot or on-board device table.
+struct SCENARIO_DEVICE {
+    std::string designation;
+    std::optional<std::string> address; ///< "0000:24:00.0"; none for an empty slot
+    std::uint8_t type = 0;              ///< slot type, or kind of on-board device
+    std::uint8_t width = 0x0D;          ///< data bus width of a slot, x16
+    std::uint16_t id = 0;               ///< of a slot; 0: its place in the list, counted from 1
+    bool isShort = false;               ///< a slot's length
+    std::uint8_t instance = 1;          ///< of an on-board device
+    bool enabled = true;                ///< of an on-board device
+};
+
+struct SCENARIO_MACHINE {
+    std::string manufacturer, product, version, serial, uuid, sku, family;
+    std::vector<SCENARIO_DEVICE> slots, onboard;
+};
+
+struct SCENARIO_PCI {
+    std::string address, vendorName, deviceName, kernelName, className;
+    std::uint16_t vendor = 0, device = 0, subVendor = 0, subDevice = 0, deviceClass = 0;
+};
+
+struct SCENARIO_ADDRESS {
+    std::string interface, address;
+};
+
+struct SCENARIO_HOST {
+    std::string name, osName, osVersion, build, update, patch;
+    std::string kernelName, kernelRelease, kernelVersion, kernelMachine;
+    std::int64_t memoryMBytes = 0, freeMBytes = 0, uptimeSeconds = 3600;
+    std::vector<SCENARIO_ADDRESS> addresses;
+    std::vector<SCENARIO_PCI> pci;
+};
+
+/// When a step of the timeline is due: all that it names must hold, then `wait` seconds pass.
+struct SCENARIO_STEP {
+    double at = 0;                           ///< seconds since the lab's start
+    std::size_t inventories = 0, events = 0; ///< received so far, at least
+    double wait = 0;
+    std::string command; ///< as on standard input
+};
+
+struct SCENARIO_EXPECTATION {
+    std::size_t inventories = 1;     ///< at least
+    std::vector<Json::Value> events; ///< in order; each an object whose members must equal
+    /// Member of the latest document, by a path below its root such as "Oem.HostOSInfo.OSName".
+    std::vector<std::pair<std::string, Json::Value>> facts;
+    std::vector<std::string> log; ///< texts that must come up in the daemon's log files
+};
+
+/// A simulated server and what happens to it.
+struct SCENARIO {
+    std::string name, title;
+    SCENARIO_MACHINE machine;
+    SCENARIO_HOST host;
+    std::string esxtop = "works"; ///< works, fails, empty, garbled
+    bool ipmiDevice = true;
+    /// Seconds of the previous run, counted back from the lab's start; none without such a run.
+    std::optional<std::int64_t> lastStartAgo, lastStopAgo;
+    Json::Value config; ///< members that replace those of the lab's orb.conf; null: no file at all
+    std::vector<std::string> commands; ///< run before the daemon starts
+    std::vector<SCENARIO_STEP> timeline;
+    SCENARIO_EXPECTATION expect;
+    std::int64_t limitSeconds = 60; ///< real time that a run may take with --once
+};
+
+/// Reads a scenario and the one it is based on.
+/// @param path    file; its base is looked up beside it
+/// @param error   takes "file: place: what is wrong" on failure
+bool read_scenario(const std::string &path, SCENARIO &scenario, std::string &error);
+
+/// The same from a parsed text that names no base. @param error  takes "place: what is wrong"
+bool read_scenario_json(const Json::Value &root, SCENARIO &scenario, std::string &error);
+
+/// Bus address as it stands in SMBIOS. @return false where the text is none
+bool read_pci_address(const std::string &text, std::uint16_t &segment, std::uint8_t &bus,
+                      std::uint8_t &deviceFunction);

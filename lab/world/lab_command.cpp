@@ -1,0 +1,186 @@
+#include "world/lab_command.h"
+
+#include <arpa/inet.h>
+
+#include <optional>
+#include <sstream>
+#include <vector>
+
+#include "core/number_readers.h"
+
+namespace {
+constexpr double DOWN_SECONDS = 30;
+constexpr std::int64_t LONGEST_DELAY_MS = 600'000;
+
+std::vector<std::string> words_of(const std::string &line) {
+    std::istringstream stream(line);
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;) words.push_back(word);
+    return words;
+}
+
+std::optional<std::int64_t> number_of(const std::string &word, std::int64_t limit) {
+    const bool isHex = word.starts_with("0x");
+    const std::string digits = isHex ? word.substr(2) : word;
+    const char *allowed = isHex ? "0123456789abcdefABCDEF" : "0123456789";
+    if (digits.empty() || digits.size() > 15 ||
+        digits.find_first_not_of(allowed) != std::string::npos)
+        return std::nullopt;
+    const std::int64_t value =
+        isHex ? static_cast<std::int64_t>(read_hexadecimal(digits)) : read_decimal(digits);
+    if (value > limit) return std::nullopt;
+    return value;
+}
+
+bool parse_rmc(const std::vector<std::string> &words, LAB_COMMAND &command, std::string &error) {
+    command.kind = LAB_COMMAND::Kind::RMC;
+    RMC_BEHAVIOUR &behaviour = command.behaviour;
+    if (words.size() < 2) {
+        error = "rmc: status, exit, completion, delay, handle, short, silent or normal is missing";
+        return false;
+    }
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        const std::string &what = words[i];
+        if (what == "normal") continue;
+        if (what == "silent") {
+            behaviour.silent = true;
+            continue;
+        }
+        std::int64_t limit = 0xFF;
+        if (what == "delay") {
+            limit = LONGEST_DELAY_MS;
+        } else if (what == "handle") {
+            limit = 0xFFFF;
+        } else if (what == "short") {
+            limit = 254;
+        } else if (what == "skip" || what == "times") {
+            limit = 1'000'000'000;
+        } else if (what != "status" && what != "exit" && what != "completion") {
+            error = "rmc: unknown word \"" + what + "\"";
+            return false;
+        }
+        const auto number = i + 1 < words.size() ? number_of(words[i + 1], limit) : std::nullopt;
+        if (!number) {
+            error = "rmc: " + what + " needs a number from 0 to " + std::to_string(limit);
+            return false;
+        }
+        ++i;
+        if (what == "status") {
+            behaviour.force.transferStatus = static_cast<std::uint8_t>(*number);
+        } else if (what == "exit") {
+            behaviour.force.exitStatus = static_cast<std::uint8_t>(*number);
+        } else if (what == "completion") {
+            behaviour.force.completionCode = static_cast<std::uint8_t>(*number);
+        } else if (what == "handle") {
+            behaviour.force.handle = static_cast<std::uint16_t>(*number);
+        } else if (what == "short") {
+            behaviour.force.shortTo = static_cast<std::size_t>(*number);
+        } else if (what == "delay") {
+            behaviour.delayMs = *number;
+        } else if (what == "skip") {
+            behaviour.skip = static_cast<std::size_t>(*number);
+        } else {
+            behaviour.times = *number;
+        }
+    }
+    return true;
+}
+
+bool parse_set(const std::vector<std::string> &words, LAB_COMMAND &command, std::string &error) {
+    command.kind = LAB_COMMAND::Kind::SET;
+    std::size_t at = 1;
+    if (words.size() > at && words[at] == "host") ++at;
+    if (words.size() != at + 2) {
+        error = "set: say what and to what, such as \"set host name orb-lab-02\"";
+        return false;
+    }
+    command.subject = words[at];
+    command.value = words[at + 1];
+    const std::string &subject = command.subject;
+    if (subject == "memory" || subject == "free") {
+        if (!number_of(command.value, 1'000'000'000'000))
+            error = "set: " + subject + " needs MBytes";
+    } else if (subject == "address") {
+        std::istringstream list(command.value == "none" ? "" : command.value);
+        in_addr parsed{};
+        for (std::string each; std::getline(list, each, ',');)
+            if (::inet_pton(AF_INET, each.c_str(), &parsed) != 1)
+                error = "set: \"" + each + "\" is no IPv4 address";
+    } else if (subject == "esxtop") {
+        if (!is_esxtop_mode(command.value)) error = "set: esxtop works, fails, empty or garbled";
+    } else if (subject == "ipmi") {
+        if (command.value != "on" && command.value != "off") error = "set: ipmi on or off";
+    } else if (subject == "name") {
+        if (command.value.size() > 64) error = "set: name is longer than 64 characters";
+    } else if (subject != "os" && subject != "version") {
+        error = "set: unknown fact \"" + subject + "\"";
+    }
+    return error.empty();
+}
+} // namespace
+
+const char LAB_COMMAND_HELP[] =
+    "door-bell [generic]          the RMC asks for a fresh inventory\n"
+    "rmc status N | exit N | completion N | delay MS | handle N | short N | silent | normal\n"
+    "    [skip K] [times T]       bend the answers: all, behind the first K, T times\n"
+    "restart daemon               stop it in order and start it again\n"
+    "crash daemon                 end it at once; it starts again\n"
+    "reboot host [SECONDS]        stop the daemon, stay down, boot\n"
+    "crash host [SECONDS]         power lost, stay down, boot\n"
+    "set host name X | os X | version X | memory MB | free MB | address A[,B] or none\n"
+    "set esxtop works | fails | empty | garbled\n"
+    "set ipmi on | off            the IPMI device comes and goes\n"
+    "show inventory | events | violations | summary\n"
+    "quit\n";
+
+bool is_esxtop_mode(const std::string &text) {
+    return text == "works" || text == "fails" || text == "empty" || text == "garbled";
+}
+
+bool parse_lab_command(const std::string &line, LAB_COMMAND &command, std::string &error) {
+    using Kind = LAB_COMMAND::Kind;
+    command = LAB_COMMAND{};
+    error.clear();
+    const std::vector<std::string> words = words_of(line);
+    if (words.empty() || words[0].starts_with('#')) return true;
+    const std::string &verb = words[0];
+    const std::string object = words.size() > 1 ? words[1] : "";
+
+    if (verb == "rmc") return parse_rmc(words, command, error);
+    if (verb == "set") return parse_set(words, command, error);
+    if (words.size() == 1 && (verb == "help" || verb == "quit")) {
+        command.kind = verb == "help" ? Kind::HELP : Kind::QUIT;
+        return true;
+    }
+    if (verb == "door-bell" && (words.size() == 1 || (words.size() == 2 && object == "generic"))) {
+        command.kind = words.size() == 1 ? Kind::DOOR_BELL : Kind::GENERIC_DOOR_BELL;
+        return true;
+    }
+    if (words.size() == 2 && object == "daemon" && (verb == "restart" || verb == "crash")) {
+        command.kind = verb == "restart" ? Kind::RESTART_DAEMON : Kind::CRASH_DAEMON;
+        return true;
+    }
+    if ((words.size() == 2 || words.size() == 3) && object == "host" &&
+        (verb == "reboot" || verb == "crash")) {
+        command.kind = verb == "reboot" ? Kind::REBOOT_HOST : Kind::CRASH_HOST;
+        command.downSeconds = DOWN_SECONDS;
+        if (words.size() == 2) return true;
+        const auto seconds = number_of(words[2], 1'000'000'000);
+        // The boot must lie clearly behind the daemon's last record, whose clock has whole seconds.
+        if (seconds && *seconds >= 2) {
+            command.downSeconds = static_cast<double>(*seconds);
+            return true;
+        }
+        error = verb + " host: needs seconds, 2 or more";
+        return false;
+    }
+    if (words.size() == 2 && verb == "show" &&
+        (object == "inventory" || object == "events" || object == "violations" ||
+         object == "summary")) {
+        command.kind = Kind::SHOW;
+        command.subject = object;
+        return true;
+    }
+    error = "unknown command \"" + line + "\"; try help";
+    return false;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "rmc/Rmc.h"
+
+/// One thing that a person or a timeline asks of the running lab.
+struct LAB_COMMAND {
+    enum class Kind {
+        NOTHING, ///< an empty line or a comment
+        HELP,
+        DOOR_BELL,
+        GENERIC_DOOR_BELL,
+        RMC,
+        RESTART_DAEMON,
+        CRASH_DAEMON,
+        REBOOT_HOST,
+        CRASH_HOST,
+        SET,
+        SHOW,
+        QUIT,
+    };
+    Kind kind = Kind::NOTHING;
+    RMC_BEHAVIOUR behaviour;    ///< of RMC
+    std::string subject, value; ///< of SET; `subject` also of SHOW
+    double downSeconds = 0;     ///< of the host's ends
+};
+
+/// Reads one line. @param error  takes what is wrong with it, on failure
+bool parse_lab_command(const std::string &line, LAB_COMMAND &command, std::string &error);
+
+bool is_esxtop_mode(const std::string &text); ///< works, fails, empty, garbled
+
+extern const char LAB_COMMAND_HELP[]; ///< a few lines, for a person

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+/// The command line of the lab.
+struct LAB_OPTIONS {
+    std::string scenario = "first-generation"; ///< name or file
+    std::string output = "lab-out", commands, data;
+    double speed = 20;
+    bool once = false, keep = false, quiet = false, json = false;
+    bool listScenarios = false, help = false, version = false, linuxHost = false;
+};
+
+/// @param error  takes "what: why" @return false on bad usage
+bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string &error);
+
+extern const char LAB_USAGE[];

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include <json/json.h>
+
+/// Text from outside for a terminal: control characters become ".".
+std::string printable(const std::string &text);
+
+/// The inventory as a person reads it: the host, then a count for each kind of unit.
+std::string summary_text(const Json::Value &document);
+
+/// One event on one line: time, number, part of the daemon, meaning, host, place.
+std::string event_line(const Json::Value &event);
+
+/// A member by a path such as "Oem.HostOSInfo.IPv4Addresses.0.Address"; null where there is none.
+Json::Value member_at(const Json::Value &root, const std::string &path);
