@@ -24,11 +24,13 @@ bool orbStopPipe::open() {
 }
 
 void orbStopPipe::close() {
+    const std::lock_guard<std::mutex> lock(writing);
     for (std::atomic<int> &fd : fds)
         if (const int end = fd.exchange(-1); end >= 0) (void)::close(end); // nothing left in it
 }
 
 bool orbStopPipe::wake() {
+    const std::lock_guard<std::mutex> lock(writing);
     const int fd = writeEnd();
     if (fd < 0) {
         ORB_LOG_ERROR(ORB_SERVER, "Invalid file descriptor");

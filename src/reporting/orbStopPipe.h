@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <mutex>
 
 /// The anonymous pipe whose one byte ends the control server's thread: its only way out of a wait
 /// without a time limit.
@@ -21,5 +22,6 @@ public:
     int writeEnd() const { return fds[1]; }
 
 private:
+    std::mutex writing; // leaf but for the log: keeps the ends open while the byte is written
     std::atomic<int> fds[2] = {-1, -1}; // read end first
 };

@@ -76,6 +76,15 @@ TEST(WriteAll, WritesEverythingOrTellsWhy) {
     ::close(ends[1]);
 }
 
+TEST(WriteAll, AReaderThatWentAwayIsAFailure) {
+    EXPECT_TRUE(prepare_standard_streams());
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    ::close(ends[0]);
+    EXPECT_EQ(write_all(ends[1], "text"), EPIPE);
+    ::close(ends[1]);
+}
+
 TEST(Root, LosesSlashesAtItsEnd) {
     ASSERT_EQ(::setenv("ORB_ROOT", "/a/b//", 1), 0);
     EXPECT_EQ(root_from_environment(), "/a/b");

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -52,6 +53,10 @@ struct Running {
         ASSERT_EQ(sends(), 1u);
         ASSERT_TRUE(aggregator.isInventorySent());
     }
+    /// Until the last message of this send came; the thread then sleeps or is about to.
+    void awaitSends(std::size_t count) const {
+        while (sends() < count) std::this_thread::yield();
+    }
     std::size_t sends() const { return rmc.transfers().size(); }
     int debugLines(const std::string &text) const { return log.count("DEBUG", "JSON_AGGR", text); }
 
@@ -93,9 +98,9 @@ TEST(AggregatorThread, FirstSendFollowsTheFirstLookWhenAllAreReady) {
 }
 
 TEST(AggregatorThread, NinePassesAreTheLimit) {
+    FakeManager late; // in the storage manager's place
     Running run;
     run.managers.setReady();
-    FakeManager late; // in the storage manager's place
     SASClassObj = &late;
     late.byKind = {{2, {}}};
     run.start();
@@ -118,6 +123,7 @@ TEST(AggregatorThread, NinePassesAreTheLimit) {
 
     late.byKind = {{2, {unit("drive")}}};
     late.finishBuild();
+    run.awaitSends(2);
     run.endDelivery();
     EXPECT_FALSE(late.pushIsPending());
     ASSERT_EQ(run.sends(), 2u);
@@ -138,9 +144,9 @@ TEST(AggregatorThread, BuildThatEndsDuringTheFirstSendIsSentNext) {
 }
 
 TEST(AggregatorThread, ReadyInTheNinthPassLeavesNothingPending) {
+    FakeManager late;
     Running run;
     run.managers.setReady();
-    FakeManager late;
     NICClassObj = &late;
     run.start();
     for (int look = 1; look <= 8; ++look) run.pass(10);
@@ -195,7 +201,7 @@ TEST(AggregatorThread, StopDuringADeliveryWinsOverARequest) {
     Running run;
     run.startAndSend();
     run.aggregator.sendInventory(true);
-    while (run.sends() < 2) std::this_thread::yield(); // in the second delivery's last sleep
+    run.awaitSends(2); // in the second delivery's last sleep
     ASSERT_TRUE(run.clock.waitForParked(1));
     run.aggregator.sendInventory(true);
     std::thread stopper([&] { run.stop(); });
@@ -234,7 +240,7 @@ TEST(AggregatorThread, RequestSendsAtOnceAndRestartsTheInterval) {
     run.startAndSend();
     run.clock.advance(30);
     run.aggregator.sendInventory(true);
-    while (run.sends() < 2) std::this_thread::yield();
+    run.awaitSends(2);
     run.endDelivery();
     EXPECT_EQ(run.debugLines(REQUEST), 1);
     run.clock.advance(59);
@@ -249,12 +255,12 @@ TEST(AggregatorThread, TwoRequestsDuringASendCauseOneMore) {
     Running run;
     run.startAndSend();
     run.aggregator.sendInventory(true);
-    while (run.sends() < 2) std::this_thread::yield();
+    run.awaitSends(2);
     ASSERT_TRUE(run.clock.waitForParked(1)); // in the second delivery
     run.aggregator.sendInventory(true);
     run.aggregator.sendInventory(true);
     run.clock.advanceMs(500);
-    while (run.sends() < 3) std::this_thread::yield();
+    run.awaitSends(3);
     run.endDelivery();
     EXPECT_EQ(run.sends(), 3u);
     EXPECT_EQ(run.debugLines(REQUEST), 3);
@@ -299,7 +305,7 @@ TEST(AggregatorThread, FailedDeliveryIsRetriedByTheNextSendOnly) {
     EXPECT_TRUE(run.clock.waitForParked(1));
     EXPECT_EQ(run.sends(), 1u);
     run.aggregator.sendInventory(true);
-    while (run.sends() < 2) std::this_thread::yield();
+    run.awaitSends(2);
     run.endDelivery();
 }
 
@@ -332,7 +338,7 @@ TEST(AggregatorThread, ClockFailureWhileIdleEndsTheThread) {
     run.startAndSend();
     run.clock.failRealTime(EPERM);
     run.aggregator.sendInventory(true);
-    while (run.sends() < 2) std::this_thread::yield();
+    run.awaitSends(2);
     ASSERT_TRUE(run.clock.waitForParked(1));
     run.clock.advanceMs(500);
     while (run.log.count("ERROR", "JSON_AGGR", "Failed to get current time! (errno: 1)") == 0)
