@@ -135,6 +135,30 @@ TEST_F(RunStateFile, LiesDirectlyInVarTmp) {
     EXPECT_EQ(run_state_temporary_path(), TWIN_PATH);
 }
 
+TEST_F(RunStateFile, ReadGivesAValueOfTheFile) {
+    root.write(FILE_PATH, "current_start 1\nlast_start 2\n");
+    std::optional<std::int64_t> value;
+    EXPECT_TRUE(read_run_state("last_start", value));
+    EXPECT_EQ(value, 2);
+    EXPECT_TRUE(read_run_state("last_stop", value)) << "read, but without the key";
+    EXPECT_EQ(value, std::nullopt);
+}
+
+TEST_F(RunStateFile, ReadOfAMissingFileLeavesTheValue) {
+    std::optional<std::int64_t> value = 5;
+    EXPECT_FALSE(read_run_state("last_start", value));
+    EXPECT_EQ(value, 5);
+}
+
+TEST_F(RunStateFile, ReadFollowsNeitherLinkNorPipe) {
+    std::optional<std::int64_t> value;
+    pipe(FILE_PATH);
+    EXPECT_FALSE(read_run_state("last_start", value));
+    ASSERT_EQ(::unlink(root.map(FILE_PATH).c_str()), 0);
+    link(FILE_PATH);
+    EXPECT_FALSE(read_run_state("secret", value));
+}
+
 TEST_F(RunStateFile, RewriteReplacesTheFile) {
     root.write(FILE_PATH, "current_start 1\nlast_start 2\nlast_stop 3");
     EXPECT_EQ(rewrite_run_state("last_start", 7), 0);
