@@ -1,7 +1,25 @@
 #include "fakes/LogFile.h"
 
-#include <regex>
+#include <cstdio>
 #include <sstream>
+#include <string_view>
+
+namespace {
+/// Takes a line such as "Jan 3 08:04:09 [INFO]   042 JOB_MGR: text" apart; false for any other.
+bool read_head(const std::string &line, LogFile::Line &out) {
+    char month[4], level[8], module[32];
+    int day = 0, hour = 0, minute = 0, second = 0, number = 0, end = -1;
+    std::sscanf(line.c_str(), "%3[A-Za-z] %d %d:%d:%d [%7[A-Z]] %d %31[A-Z_]:%n", month, &day,
+                &hour, &minute, &second, level, &number, module, &end);
+    if (end < 0 || line.compare(static_cast<std::size_t>(end), 1, " ") != 0) return false;
+    for (const std::string_view known : {"ERROR", "WARNING", "INFO", "DEBUG"}) {
+        if (known != level) continue;
+        out = {level, module, line.substr(static_cast<std::size_t>(end) + 1)};
+        return true;
+    }
+    return false;
+}
+} // namespace
 
 LogFile::LogFile(TemporaryRoot &hostRoot, const std::string &more) : root(hostRoot) {
     root.makeDirectory("/opt/vantor/orb/log");
@@ -13,16 +31,14 @@ LogFile::LogFile(TemporaryRoot &hostRoot, const std::string &more) : root(hostRo
 }
 
 std::vector<LogFile::Line> LogFile::lines() const {
-    static const std::regex head(
-        R"(^[A-Z][a-z]{2} \d{1,2} \d{2}:\d{2}:\d{2} \[(ERROR|WARNING|INFO|DEBUG)\] *\d{3,4} ([A-Z_]+): )");
     std::vector<Line> found;
     for (const char *path : {MAIN, DEBUG}) {
         std::istringstream text(root.read(path));
         bool first = true;
+        Line entry;
         for (std::string line; std::getline(text, line);) {
-            std::smatch match;
-            if (std::regex_search(line, match, head)) {
-                found.push_back({match[1], match[2], match.suffix()});
+            if (read_head(line, entry)) {
+                found.push_back(entry);
                 first = false;
             } else if (!first) {
                 found.back().text += '\n' + line; // a message with a newline inside
