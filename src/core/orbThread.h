@@ -13,7 +13,8 @@ public:
 
     /// Starts `entry` with `arg`. @return 0 or the error number
     int create(void *(*entry)(void *), void *arg);
-    /// Waits for the thread's end. @return 0, ESRCH where no thread was started, or the error number
+    /// Waits for the thread's end. @return 0, ESRCH where no thread was started, or the error
+    /// number
     int join();
     bool isStarted() const { return started; }
 

@@ -22,5 +22,6 @@ public:
     virtual int pclose(std::FILE *stream) = 0;
 
     static IorbHostCommands &get(); ///< the host's own, or those put in by replace()
-    static IorbHostCommands *replace(IorbHostCommands *next); ///< gives the former; null: the host's
+    static IorbHostCommands *
+    replace(IorbHostCommands *next); ///< gives the former; null: the host's
 };

@@ -21,7 +21,7 @@ IorbHostFiles *IorbHostFiles::replace(IorbHostFiles *next) {
 std::string shell_path(const std::string &hostPath) {
     constexpr const char *HARMLESS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
                                      "0123456789/._+-";
-    const std::string path = IorbHostFiles::get().map(hostPath);
+    std::string path = IorbHostFiles::get().map(hostPath);
     if (path.find_first_not_of(HARMLESS) == std::string::npos) return path;
     std::string quoted = "'";
     for (const char c : path) {

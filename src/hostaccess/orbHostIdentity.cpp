@@ -11,9 +11,7 @@ class HostIdentity final : public IorbHostIdentity {
 public:
     ORB_SYSCALL_RESULT uname(utsname *out) override { return result_of(::uname(out)); }
     ORB_SYSCALL_RESULT sysinfo(struct sysinfo *out) override { return result_of(::sysinfo(out)); }
-    ORB_SYSCALL_RESULT getifaddrs(ifaddrs **out) override {
-        return result_of(::getifaddrs(out));
-    }
+    ORB_SYSCALL_RESULT getifaddrs(ifaddrs **out) override { return result_of(::getifaddrs(out)); }
     void freeifaddrs(ifaddrs *list) override { ::freeifaddrs(list); }
 };
 constinit orbImmortal<HostIdentity> host;

@@ -24,9 +24,7 @@ public:
     constexpr explicit orbSeam(Interface &host) : hosts(&host), inForce(&host) {}
     Interface &get() const { return *inForce.load(); }
     /// Puts `next` in force, the host's own for null, and gives the former.
-    Interface *replace(Interface *next) {
-        return inForce.exchange(next != nullptr ? next : hosts);
-    }
+    Interface *replace(Interface *next) { return inForce.exchange(next != nullptr ? next : hosts); }
 
 private:
     Interface *hosts;
