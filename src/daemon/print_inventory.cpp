@@ -99,7 +99,8 @@ int print_inventory(bool compact) {
     orbJsonAggregator aggregator;
     aggregator.collectDocument();
     Json::Value document(Json::objectValue);
-    document[ENVELOPE_KEY] = aggregator.document();
+    document[ENVELOPE_KEY] = Json::Value(Json::objectValue);
+    if (!aggregator.document().isNull()) document[ENVELOPE_KEY] = aggregator.document();
     orbSystemInterfaceFactory::getSystemInterface()->UnInitialize();
 
     const std::string text = compact ? compact_json(document) : indented_json(document);

@@ -21,7 +21,9 @@ public:
         std::fflush(stdout);
     }
     [[noreturn]] void exitNow(int status) override {
-        std::fflush(nullptr);
+        // Not every stream: a thread that waits for a command's output has that stream locked, and
+        // flushing it would wait as long.
+        std::fflush(stdout);
         ::_exit(status);
     }
     void raiseDefault(int signal) override {
