@@ -3,6 +3,8 @@
 #include <signal.h>
 #include <sys/types.h>
 
+#include <atomic>
+#include <cstdint>
 #include <string>
 
 #include "life/LabTime.h"
@@ -17,6 +19,7 @@ struct LIFE_SETTINGS {
     LabTime time;
     int controlSocket = -1;        ///< the life's end
     bool answerFromMemory = false; ///< shell lines, see LabCommands
+    std::atomic<std::uint64_t> *lineCount = nullptr; ///< shell lines that ran; in shared memory
     sigset_t signalMask{};         ///< the one that the daemon starts with
 };
 

@@ -61,6 +61,10 @@ bool LabCommands::changesTheMachine(const std::string &line) {
     return line.starts_with("modprobe ") || line.starts_with("mknod ");
 }
 
+void LabCommands::count() {
+    if (lines != nullptr) ++*lines;
+}
+
 const LabCommands::RECORDED &LabCommands::recordedLocked(const std::string &command) {
     const auto known = memory.find(command);
     if (known != memory.end()) return known->second;
@@ -85,6 +89,7 @@ int LabCommands::writeLocked(const REDIRECTED_LINE &line, const std::string &out
 
 ORB_COMMAND_RESULT LabCommands::system(const std::string &line) {
     if (changesTheMachine(line)) return {0, 0};
+    count();
     if (!fromMemory) {
         errno = 0;
         const int status = std::system(line.c_str());
@@ -104,6 +109,7 @@ std::FILE *LabCommands::popen(const std::string &line, int *err) {
         *err = EPERM;
         return nullptr;
     }
+    count();
     errno = 0;
     if (!fromMemory) {
         std::FILE *stream = ::popen(line.c_str(), "re");

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <string>
@@ -22,7 +24,9 @@ class LabCommands final : public IorbHostCommands {
 public:
     /// @param answerFromMemory  each line is run once; from then on its recorded output and status
     ///                          answer in process, and the data file is made as the shell would
-    explicit LabCommands(bool answerFromMemory) : fromMemory(answerFromMemory) {}
+    /// @param lineCount  counts the lines that ran, where it is not null; may lie in shared memory
+    explicit LabCommands(bool answerFromMemory, std::atomic<std::uint64_t> *lineCount = nullptr)
+        : fromMemory(answerFromMemory), lines(lineCount) {}
     ORB_COMMAND_RESULT system(const std::string &line) override;
     std::FILE *popen(const std::string &line, int *err) override;
     int pclose(std::FILE *stream) override;
@@ -37,7 +41,10 @@ private:
     const RECORDED &recordedLocked(const std::string &command);
     int writeLocked(const REDIRECTED_LINE &line, const std::string &output);
 
+    void count();
+
     const bool fromMemory;
+    std::atomic<std::uint64_t> *const lines;
     std::mutex lock;                        // guards all below
     std::map<std::string, RECORDED> memory; // by command; lines differ in nothing from run to run
     std::map<std::FILE *, int> open;        // answered from memory, with their status

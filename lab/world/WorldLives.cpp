@@ -84,6 +84,7 @@ bool World::startLife() {
     its.time = time;
     its.controlSocket = ends[0];
     its.answerFromMemory = settings.answerFromMemory;
+    its.lineCount = settings.lineCount;
     // A request to end that comes before the daemon is ready for it waits until it is.
     its.signalMask = formerSignals;
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&its.signalMask, signal);
