@@ -24,6 +24,7 @@ extern "C" {
 #include "program_io.h"
 
 namespace {
+constexpr unsigned WIRELESS = 0x0D;          // base class
 constexpr std::size_t IDS_LIMIT = 64u << 20; // bytes; the published file has under 2 MiB
 
 /// libpci's callbacks carry no pointer of the caller's.
@@ -88,15 +89,16 @@ std::string first_numbered(const std::string &path, std::string_view stem) {
 std::string kernel_name(const std::string &path, const ORB_PCI_FUNCTION &function) {
     const auto any = [](std::string_view) { return true; };
     if (function.driver.empty()) return {};
-    if (std::string name = first_entry(path + "/net", any); !name.empty()) return name;
+    const unsigned base = function.classCode >> 8;
+    const bool network = base == PCI_BASE_CLASS_NETWORK || base == WIRELESS;
+    if (network)
+        if (std::string name = first_entry(path + "/net", any); !name.empty()) return name;
     if (function.driver == "virtio-pci") {
         const std::string inner = path + "/" + first_numbered(path, "virtio");
         if (std::string name = first_entry(inner + "/net", any); !name.empty()) return name;
         return first_numbered(inner, "host");
     }
-    const unsigned base = function.classCode >> 8;
-    if (base != PCI_BASE_CLASS_STORAGE && base != PCI_BASE_CLASS_NETWORK &&
-        function.classCode != PCI_CLASS_SERIAL_FIBER)
+    if (base != PCI_BASE_CLASS_STORAGE && !network && function.classCode != PCI_CLASS_SERIAL_FIBER)
         return {};
     if (std::string name = first_numbered(path, "host"); !name.empty()) return name;
     if (std::string name = first_numbered(path + "/nvme", "nvme"); !name.empty()) return name;
@@ -181,8 +183,6 @@ ORB_PCI_FUNCTION read_function(pci_dev *device, const std::string &folder) {
     function.iommuGroup = linked_name(path + "/iommu_group");
     function.kernelName = kernel_name(path, function);
     read_parent(path, function);
-    function.driverOverride = small_attribute(path + "/driver_override");
-    if (function.driverOverride == "(null)") function.driverOverride.clear();
     function.resetMethods = small_attribute(path + "/reset_method");
     return function;
 }

@@ -71,8 +71,7 @@ void add_block(std::string &text, const ORB_PCI_FUNCTION &function, const PCI_NA
     add_text(text, "VMkernel Name", one_line(function.kernelName));
     add_text(text, "Vendor Name", names.vendorName(function.vendor));
     add_text(text, "Device Name", names.deviceName(function.vendor, function.device));
-    add_text(text, "Configured Owner",
-             function.driverOverride.empty() ? current : owner_by_driver(function.driverOverride));
+    add_text(text, "Configured Owner", current); // Linux keeps no other choice over a restart
     add_text(text, "Current Owner", current);
     add_numbers(text, "   Vendor ID: 0x%04x\n   Device ID: 0x%04x\n", unsigned{function.vendor},
                 unsigned{function.device});

@@ -25,10 +25,9 @@ constexpr std::uint32_t PCI_NO_SLOT = 4294967295u;
 struct ORB_PCI_FUNCTION {
     ORB_PCI_ADDRESS address;
     bool hasParent = false;
-    ORB_PCI_ADDRESS parent;     ///< the bridge above, where hasParent
-    std::string kernelName;     ///< network interface, SCSI host or NVMe controller; may be empty
-    std::string driver;         ///< empty: none is bound
-    std::string driverOverride; ///< the only driver that may bind, empty: any
+    ORB_PCI_ADDRESS parent; ///< the bridge above, where hasParent
+    std::string kernelName; ///< network interface, SCSI host or NVMe controller; may be empty
+    std::string driver;     ///< empty: none is bound
     std::uint16_t vendor = 0, device = 0, subVendor = 0, subDevice = 0, classCode = 0;
     std::uint8_t programmingInterface = 0, revision = 0;
     std::int32_t irq = 0;

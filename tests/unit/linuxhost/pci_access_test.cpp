@@ -90,6 +90,7 @@ void PrintTo(const NameCase &row, std::ostream *os) {
 }
 const NameCase NAME_CASES[] = {
     {"Interfaces", "mlx", 0x020000, {"net/eth10", "net/eth9"}, "eth9"},
+    {"WirelessInterface", "iwlwifi", 0x0d8000, {"net/wlp1s0"}, "wlp1s0"},
     {"VirtioInterface", "virtio-pci", 0x020000, {"virtio3/net/enp0s3"}, "enp0s3"},
     {"VirtioHost", "virtio-pci", 0x010000, {"virtio1/host0"}, "host0"},
     {"VirtioWithout", "virtio-pci", 0xffff00, {"virtio1/power"}, ""},
@@ -112,15 +113,6 @@ TEST_P(KernelName, IsWhatTheDriverMade) {
 }
 INSTANTIATE_TEST_SUITE_P(Drivers, KernelName, ::testing::ValuesIn(NAME_CASES),
                          [](const auto &row) { return std::string(row.param.name); });
-
-TEST(PciFunctions, DriverOverrideOfNothingIsNone) {
-    TemporaryRoot root;
-    const std::string folder = add_pci_function(root, {});
-    root.write(folder + "/driver_override", "(null)\n");
-    EXPECT_EQ(functionsOf(root).at(0).driverOverride, "");
-    root.write(folder + "/driver_override", "vfio-pci\n");
-    EXPECT_EQ(functionsOf(root).at(0).driverOverride, "vfio-pci");
-}
 
 TEST(PciFunctions, AMachineWithoutPciIsToldOf) {
     TemporaryRoot root;

@@ -129,10 +129,6 @@ TEST(PciList, OwnersFollowTheDriver) {
     function.driver = "vfio-pci";
     EXPECT_EQ(value(function, "Current Owner"), "VM Passthru");
     EXPECT_EQ(value(function, "Configured Owner"), "VM Passthru");
-    function.driver = "examplefc";
-    function.driverOverride = "vfio-pci";
-    EXPECT_EQ(value(function, "Current Owner"), "VMkernel");
-    EXPECT_EQ(value(function, "Configured Owner"), "VM Passthru");
 }
 
 TEST(PciList, ASharedGroupIsNotSharable) {
