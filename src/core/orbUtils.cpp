@@ -2,16 +2,19 @@
 
 #include <arpa/inet.h>
 #include <dirent.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <istream>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
+
+#include <ext/stdio_filebuf.h>
 
 #include "core/Logger.h"
 #include "core/host_texts.h"
@@ -61,6 +64,19 @@ std::string read_version(std::string &kept, const char *line, const char *failur
     return kept;
 }
 
+/// A file to read, whose descriptor no command inherits. Reads nothing where it can't be opened.
+class InputFile {
+public:
+    explicit InputFile(const std::string &path)
+        : buffer(::open(path.c_str(), O_RDONLY | O_CLOEXEC), std::ios::in | std::ios::binary),
+          text(&buffer) {}
+    std::istream &stream() { return text; }
+
+private:
+    __gnu_cxx::stdio_filebuf<char> buffer; // closes the descriptor
+    std::istream text;
+};
+
 std::tm local_time() {
     IorbHostClock &clock = IorbHostClock::get();
     std::tm local{};
@@ -85,8 +101,8 @@ std::vector<long> fetch_log_times(const std::string &pattern, int count) {
                              shell_path(BOOT_LOG);
     std::vector<long> times;
     if (IorbHostCommands::get().system(line).status == 0) {
-        std::ifstream stamps(path);
-        times = decode_stamp_lines(stamps);
+        InputFile stamps(path);
+        times = decode_stamp_lines(stamps.stream());
     }
     std::error_code ignored; // a file that was never made can't be removed
     std::filesystem::remove(path, ignored);
@@ -334,8 +350,8 @@ int orbUtils::dirListNvmeNameSpaces(const std::string &path, std::vector<std::st
 }
 
 std::string orbUtils::getLineFromFile(const std::string &path, const std::string &text) {
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line);)
+    InputFile file(path);
+    for (std::string line; std::getline(file.stream(), line);)
         if (line.find(text) != std::string::npos) return line;
     return {};
 }

@@ -219,6 +219,7 @@ TEST(LineFromFile, IsTheFirstThatHoldsTheText) {
     EXPECT_EQ(orbUtils::getLineFromFile(path, "none"), "");
     EXPECT_EQ(orbUtils::getLineFromFile(path, ""), "NAME=one");
     EXPECT_EQ(orbUtils::getLineFromFile(root.map("/etc/none"), "VERSION"), "");
+    EXPECT_EQ(orbUtils::getLineFromFile(root.map("/etc"), ""), "") << "a directory has no lines";
 }
 
 namespace {
