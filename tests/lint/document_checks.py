@@ -172,7 +172,9 @@ def documented_options(tree, programs):
         if done.returncode != 0:
             yield f"{name}:1: --help ends with status {done.returncode}"
         helped = options_of(done.stdout)
-        pages = tree.files(f"docs/man/{name}.[1-8]", f"docs/man/{name}.[1-8].in")
+        # A host command's page carries our prefix, beside that of a host's own command.
+        pages = tree.files(f"docs/man/{name}.[1-8]", f"docs/man/{name}.[1-8].in",
+                           f"docs/man/orb-{name}.[1-8]")
         if not pages:
             yield f"{name}:1: has no page in docs/man"
             continue
