@@ -168,8 +168,8 @@ int run_daemon(const ORB_DAEMON_OPTIONS &options) {
     append_libexec_to_path();
 
     orbPidFile pidFile;
-    if (std::string fault; !pidFile.take(fault)) {
-        print_error("start", fault);
+    if (std::string why; !pidFile.take(why)) {
+        print_error(pidFile.getPath(), why);
         return ORB_EXIT_FAILED;
     }
     if (options.mode == ORB_DAEMON_OPTIONS::FOREGROUND) return live(options, nullptr);
@@ -180,7 +180,7 @@ int run_daemon(const ORB_DAEMON_OPTIONS &options) {
         pidFile.disown();
         return *status;
     }
-    if (!pidFile.write()) print_error("start", "the process id could not be written");
+    if (!pidFile.write()) print_error(pidFile.getPath(), "the process id could not be written");
     const int status = live(options, &background);
     background.failed(status); // says nothing where the start was fine
     return status;

@@ -16,8 +16,8 @@ namespace {
 constexpr char PID_FILE[] = "/run/orbd.pid";
 constexpr mode_t READABLE_BY_ALL = 0644;
 
-std::string reason(const std::string &path, int err) {
-    return path + ": " + std::generic_category().message(err);
+std::string reason(int err) {
+    return std::generic_category().message(err);
 }
 
 /// Whether the path still names the open file: an instance that just ended removes its own.
@@ -43,7 +43,7 @@ orbPidFile::~orbPidFile() {
     ::close(fd);
 }
 
-bool orbPidFile::take(std::string &fault) {
+bool orbPidFile::take(std::string &why) {
     path = IorbHostFiles::get().map(PID_FILE);
     std::error_code ignored; // a directory that can't be made fails the open
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ignored);
@@ -51,16 +51,16 @@ bool orbPidFile::take(std::string &fault) {
         const int file =
             ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, READABLE_BY_ALL);
         if (file < 0) {
-            fault = reason(path, errno);
+            why = reason(errno);
             return false;
         }
         if (::flock(file, LOCK_EX | LOCK_NB) != 0) {
             const int err = errno;
             const std::string pid = read_pid(file);
             ::close(file);
-            fault = err != EWOULDBLOCK ? reason(path, err)
-                    : pid.empty()      ? "another orbd is starting"
-                                       : "orbd is already running with process id " + pid;
+            why = err != EWOULDBLOCK ? reason(err)
+                  : pid.empty()      ? "another orbd is starting"
+                                     : "orbd is already running with process id " + pid;
             return false;
         }
         if (is_same_file(file, path)) {
@@ -70,7 +70,7 @@ bool orbPidFile::take(std::string &fault) {
         ::close(file);
     }
     if (write()) return true;
-    fault = reason(path, errno);
+    why = reason(errno);
     return false;
 }
 

@@ -13,11 +13,13 @@ public:
     orbPidFile &operator=(const orbPidFile &) = delete;
 
     /// Makes and locks the file and writes this process's id.
-    /// @param fault  takes the reason of a failure, with the id of the daemon that runs already
+    /// @param why  takes the reason of a failure, with the id of the daemon that runs already
     /// @return false where it can't be had
-    bool take(std::string &fault);
+    bool take(std::string &why);
     bool write();  ///< writes the id again, after a fork. @return false on failure
     void disown(); ///< leaves lock and file to the child that inherited them
+
+    const std::string &getPath() const { return path; } ///< where it is, known from take() on
 
 private:
     std::string path; // mapped

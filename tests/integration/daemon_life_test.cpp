@@ -112,8 +112,9 @@ TEST(DaemonLife, SecondInstanceIsRefused) {
     for (const std::vector<std::string> &arguments :
          {std::vector<std::string>{"--foreground"}, std::vector<std::string>{}})
         EXPECT_EQ(host.run(arguments), 1);
-    const std::string line =
-        "orbd: start: orbd is already running with process id " + std::to_string(daemon) + "\n";
+    const std::string line = "orbd: " + host.root.map(DaemonRun::PID_FILE) +
+                             ": orbd is already running with process id " + std::to_string(daemon) +
+                             "\n";
     EXPECT_EQ(host.errors(), line + line);
     EXPECT_EQ(host.root.read(DaemonRun::RUN_STATE), before) << "the run goes on undisturbed";
     EXPECT_EQ(host.root.read(DaemonRun::PID_FILE), std::to_string(daemon) + "\n");
@@ -260,8 +261,7 @@ TEST(DaemonLife, PidFileThatCannotBeMadeEndsTheStart) {
     DaemonRun host;
     host.root.makeDirectory(DaemonRun::PID_FILE);
     EXPECT_EQ(host.run({"--foreground"}), 1);
-    EXPECT_EQ(host.errors(),
-              "orbd: start: " + host.root.map(DaemonRun::PID_FILE) + ": Is a directory\n");
+    EXPECT_EQ(host.errors(), "orbd: " + host.root.map(DaemonRun::PID_FILE) + ": Is a directory\n");
 }
 
 TEST(DaemonLife, SimulatedExceptionKills) {
