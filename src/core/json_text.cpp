@@ -21,11 +21,3 @@ bool parse_json(const std::string &text, Json::Value &root, std::string *error) 
     std::istringstream in(text);
     return parse_json(in, root, error);
 }
-
-std::string compact_json(const Json::Value &value) {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    std::string text = Json::writeString(builder, value);
-    if (!text.empty() && text.back() == '\n') text.pop_back();
-    return text;
-}
