@@ -10,7 +10,7 @@
 
 #include "fakes/FakeIdentity.h"
 #include "fakes/FakeRmc.h"
-#include "fakes/ScaledClock.h"
+#include "fakes/FastClock.h"
 #include "fakes/TemporaryRoot.h"
 #include "hostaccess/orbHostCommands.h"
 #include "hostaccess/orbHostProcess.h"
@@ -112,7 +112,7 @@ public:
 
     TemporaryRoot root;
     FakeIdentity identity;
-    ScaledClock clock{1000};
+    FastClock clock{1000};
     FakeRmc rmc;
     HostCommands commands{root};
     NotedProcess process;

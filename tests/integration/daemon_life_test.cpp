@@ -61,7 +61,7 @@ TEST(DaemonLife, CleanStopLeavesItsRecord) {
     DaemonRun host;
     EXPECT_EQ(stop(host, host.start({"--foreground"})), 0);
     EXPECT_EQ(run_state(host, "current_start"), 0);
-    EXPECT_GE(run_state(host, "last_start"), ScaledClock::START);
+    EXPECT_GE(run_state(host, "last_start"), FastClock::START);
     EXPECT_GE(run_state(host, "last_stop"), run_state(host, "last_start"));
 }
 

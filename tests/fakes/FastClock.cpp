@@ -1,4 +1,4 @@
-#include "fakes/ScaledClock.h"
+#include "fakes/FastClock.h"
 
 #include <algorithm>
 #include <chrono>
@@ -14,36 +14,36 @@ double steady_s() {
 }
 } // namespace
 
-ScaledClock::ScaledClock(double timesReal)
+FastClock::FastClock(double timesReal)
     : speed(timesReal), beginS(steady_s()), outer(replace(this)) {}
 
-double ScaledClock::passedS() const {
+double FastClock::passedS() const {
     return (steady_s() - beginS) * speed;
 }
 
-std::time_t ScaledClock::now() {
+std::time_t FastClock::now() {
     return START + static_cast<std::time_t>(passedS());
 }
 
-ORB_SYSCALL_RESULT ScaledClock::realTime(std::timespec *out) {
+ORB_SYSCALL_RESULT FastClock::realTime(std::timespec *out) {
     const double passed = passedS();
     const double whole = std::floor(passed);
     *out = {START + static_cast<std::time_t>(whole), static_cast<long>((passed - whole) * 1e9)};
     return {0, 0};
 }
 
-bool ScaledClock::localTime(std::time_t second, std::tm *out) {
+bool FastClock::localTime(std::time_t second, std::tm *out) {
     return ::gmtime_r(&second, out) != nullptr;
 }
 
-void ScaledClock::sleepMs(std::int64_t durationMs) {
+void FastClock::sleepMs(std::int64_t durationMs) {
     std::this_thread::sleep_for(
         std::chrono::duration<double>(static_cast<double>(durationMs) / 1000 / speed));
 }
 
-std::cv_status ScaledClock::waitUntil(std::condition_variable &cond,
-                                      std::unique_lock<std::mutex> &lock,
-                                      const std::timespec &deadline) {
+std::cv_status FastClock::waitUntil(std::condition_variable &cond,
+                                    std::unique_lock<std::mutex> &lock,
+                                    const std::timespec &deadline) {
     const double end =
         static_cast<double>(deadline.tv_sec - START) + static_cast<double>(deadline.tv_nsec) / 1e9;
     const double left = (end - passedS()) / speed;

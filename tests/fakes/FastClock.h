@@ -8,15 +8,15 @@
 
 /// A clock that runs many times as fast as the real one, for whole runs of the daemon in which
 /// nothing depends on the moment. Calendar time is UTC.
-class ScaledClock final : public IorbHostClock {
+class FastClock final : public IorbHostClock {
 public:
     /// 2026-01-03 08:04:09 UTC, a Saturday
     static constexpr std::time_t START = 1767427449;
 
-    explicit ScaledClock(double timesReal);
-    ~ScaledClock() override { replace(outer); }
-    ScaledClock(const ScaledClock &) = delete;
-    ScaledClock &operator=(const ScaledClock &) = delete;
+    explicit FastClock(double timesReal);
+    ~FastClock() override { replace(outer); }
+    FastClock(const FastClock &) = delete;
+    FastClock &operator=(const FastClock &) = delete;
 
     std::time_t now() override;
     ORB_SYSCALL_RESULT realTime(std::timespec *out) override;
