@@ -20,8 +20,8 @@ namespace {
 /// while the process ends.
 struct DOORS {
     explicit DOORS(const LIFE_SETTINGS &s)
-        : files(s.root), devices(s.root, s.controlSocket), commands(s.answerFromMemory, s.lineCount),
-          libraries(s.vendorFolder), clock(s.time),
+        : files(s.root), devices(s.root, s.controlSocket),
+          commands(s.answerFromMemory, s.lineCount), libraries(s.vendorFolder), clock(s.time),
           identity(s.hostFacts + "/identity.json", s.time), syslog(s.root + "/var/log/syslog") {
         IorbHostFiles::replace(&files);
         IorbHostDevices::replace(&devices);

@@ -17,10 +17,10 @@ struct LIFE_SETTINGS {
     std::string vendorFolder;   ///< vendor libraries
     std::string outputFile;     ///< takes standard output and standard error
     LabTime time;
-    int controlSocket = -1;        ///< the life's end
-    bool answerFromMemory = false; ///< shell lines, see LabCommands
+    int controlSocket = -1;                          ///< the life's end
+    bool answerFromMemory = false;                   ///< shell lines, see LabCommands
     std::atomic<std::uint64_t> *lineCount = nullptr; ///< shell lines that ran; in shared memory
-    sigset_t signalMask{};         ///< the one that the daemon starts with
+    sigset_t signalMask{};                           ///< the one that the daemon starts with
 };
 
 /// Forks a process that is the daemon behind the lab's doors, from its entry program to its end.

@@ -146,7 +146,8 @@ void World::loop() {
         if (!bootIfDue()) finish(false, "daemon: could not be started");
         runTimeline();
 
-        if (settings.watch && !settings.watch(now(), life, expectations.inventories()))
+        if (!finishing && settings.watch &&
+            !settings.watch(now(), life, expectations.inventories()))
             finish(true, "measured");
         if (!settings.once || finishing) continue;
         if (expectations.hasFailed()) {

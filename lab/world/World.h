@@ -34,7 +34,7 @@ struct WORLD_SETTINGS {
     bool readStandardInput = false;
     std::string commandFifo; ///< made where it is missing; empty: none
     LabOutputs::STYLE style;
-    bool answerFromMemory = false; ///< the daemon's shell lines, see LabCommands
+    bool answerFromMemory = false;                   ///< the daemon's shell lines, see LabCommands
     std::atomic<std::uint64_t> *lineCount = nullptr; ///< counts them; in shared memory
     /// Called with each turn of the loop. @param life  the daemon's process @return false to end
     std::function<bool(double labSeconds, pid_t life, std::size_t inventories)> watch = {};

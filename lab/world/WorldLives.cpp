@@ -20,7 +20,7 @@
 namespace {
 constexpr std::int64_t NS = 1'000'000'000;
 constexpr double RESTART_SECONDS = 5;             // between the daemon's end and its next start
-constexpr std::int64_t STOP_PATIENCE_NS = 5 * NS; // then the wire is cut
+constexpr std::int64_t STOP_PATIENCE_NS = 2 * NS; // then the wire is cut
 constexpr std::int64_t STOP_LIMIT_NS = 60 * NS;   // then the daemon is ended by force
 constexpr int UNEXPECTED_ENDS_LIMIT = 3;
 

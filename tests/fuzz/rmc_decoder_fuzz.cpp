@@ -6,9 +6,9 @@
 #include "rmc/RmcDecoder.h"
 
 /// A row of messages of any bytes with forced answers in between. One message is a byte that says
-/// what is forced, netfn, cmd, the length, and as many bytes. Whatever comes, an answer is no longer
-/// than the wire allows, a finished argument holds no NUL, and an answer that refuses leaves no
-/// transfer open.
+/// what is forced, netfn, cmd, the length, and as many bytes. Whatever comes, an answer is no
+/// longer than the wire allows, a finished argument holds no NUL, and an answer that refuses leaves
+/// no transfer open.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size) {
     std::span<const std::uint8_t> input(bytes, size);
     RmcDecoder decoder;
@@ -35,7 +35,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
         for (const RMC_COMMAND &command : decoder.takeCommands()) {
             if (command.name != "WriteInventory" && command.name != "MPEventGen") std::abort();
             if (command.argument.find('\0') != std::string::npos) std::abort();
-            if (command.argument.size() < 57 || command.argument.size() >= RmcDecoder::ARGUMENT_LIMIT)
+            if (command.argument.size() < 57 ||
+                command.argument.size() >= RmcDecoder::ARGUMENT_LIMIT)
                 std::abort();
         }
         if (decoder.takeViolations().size() > 1000) std::abort();

@@ -85,8 +85,9 @@ int idle(const std::string &output) {
         }
         if (at < *firstAt + IDLE_SECONDS) return true;
         const double used = cpu_seconds(life) - *firstCpu, passed = at - *firstAt;
-        std::printf("  processor: %.1f ms in %.0f simulated seconds, %.4f %% of a core (aim 0.05 %%)\n",
-                    used * 1000, passed, used / passed * 100);
+        std::printf(
+            "  processor: %.1f ms in %.0f simulated seconds, %.4f %% of a core (aim 0.05 %%)\n",
+            used * 1000, passed, used / passed * 100);
         print("memory (aim 12 MiB above)", memory_of(life));
         return false;
     };

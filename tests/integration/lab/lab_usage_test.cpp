@@ -1,0 +1,120 @@
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "LabRun.h"
+
+namespace {
+struct UsageCase {
+    const char *name;
+    std::vector<std::string> arguments;
+    const char *error;
+};
+const UsageCase USAGES[] = {
+    {"UnknownOption", {"--colour"}, "orblab: --colour: unknown option\nTry orblab --help.\n"},
+    {"Argument", {"now"}, "orblab: now: unexpected argument\nTry orblab --help.\n"},
+    {"NoValue", {"--speed"}, "orblab: --speed: needs a value\nTry orblab --help.\n"},
+    {"SpeedText",
+     {"--speed", "fast"},
+     "orblab: --speed fast: must be a number from 0.1 to 1000000\nTry orblab --help.\n"},
+    {"SpeedZero",
+     {"--speed", "0"},
+     "orblab: --speed 0: must be a number from 0.1 to 1000000\nTry orblab --help.\n"},
+    {"OtherHost",
+     {"--host", "bsd"},
+     "orblab: --host bsd: only linux is known\nTry orblab --help.\n"},
+    {"EmptyOutput", {"--output", ""}, "orblab: --output: needs a folder\nTry orblab --help.\n"},
+};
+void PrintTo(const UsageCase &row, std::ostream *os) {
+    *os << row.name;
+}
+class LabUsage : public ::testing::TestWithParam<UsageCase> {};
+TEST_P(LabUsage, IsToldAndGivesTwo) {
+    LabRun lab;
+    EXPECT_EQ(lab.run(GetParam().arguments), 2);
+    EXPECT_EQ(lab.err(), GetParam().error);
+    EXPECT_EQ(lab.out(), "");
+    EXPECT_FALSE(std::filesystem::exists(lab.output()));
+}
+INSTANTIATE_TEST_SUITE_P(Lines, LabUsage, ::testing::ValuesIn(USAGES),
+                         [](const auto &row) { return std::string(row.param.name); });
+} // namespace
+
+TEST(LabProgram, Version) {
+    LabRun lab;
+    EXPECT_EQ(lab.run({"--version"}), 0);
+    EXPECT_EQ(lab.out(), "orblab " ORB_VERSION "\n");
+}
+
+TEST(LabProgram, HelpNamesEveryOption) {
+    LabRun lab;
+    EXPECT_EQ(lab.run({"--help"}), 0);
+    for (const char *option :
+         {"--scenario", "--list-scenarios", "--host linux", "--speed", "--once", "--output",
+          "--keep", "--commands", "--data", "--quiet", "--json", "--version", "--help"})
+        EXPECT_NE(lab.out().find(option), std::string::npos) << option;
+}
+
+TEST(LabProgram, ListsEveryScenario) {
+    LabRun lab;
+    EXPECT_EQ(lab.run({"--list-scenarios"}), 0);
+    std::size_t files = 0;
+    for (const auto &entry : std::filesystem::directory_iterator(ORB_SCENARIOS)) {
+        ++files;
+        EXPECT_NE(lab.out().find(entry.path().stem().string() + " "), std::string::npos);
+    }
+    EXPECT_GE(files, 20u);
+    EXPECT_EQ(lab.err(), "");
+}
+
+TEST(LabProgram, UnknownScenario) {
+    LabRun lab;
+    EXPECT_EQ(lab.run({"--scenario", "nowhere"}), 1);
+    EXPECT_EQ(lab.err(), "orblab: " ORB_SCENARIOS "/nowhere.json: can't be read\n");
+}
+
+TEST(LabProgram, BrokenScenarioNamesThePlace) {
+    LabRun lab;
+    lab.write("bad.json", R"({"host":{"name":"a","colour":1}})");
+    EXPECT_EQ(lab.run({"--scenario", lab.folder() + "/bad.json"}), 1);
+    EXPECT_EQ(lab.err(), "orblab: " + lab.folder() + "/bad.json: host.colour: unknown key\n");
+}
+
+TEST(LabProgram, ForeignRootIsLeftAlone) {
+    LabRun lab;
+    std::filesystem::create_directories(lab.output() + "/root");
+    std::ofstream(lab.output() + "/root/precious") << "text";
+    EXPECT_EQ(lab.run({"--once"}), 1);
+    EXPECT_EQ(lab.err(),
+              "orblab: " + lab.output() + "/root: is there already and was not made by orblab\n");
+    EXPECT_EQ(lab.read("root/precious"), "text");
+}
+
+TEST(LabProgram, OutputThatCannotBeMade) {
+    LabRun lab("file/out");
+    lab.write("file", "");
+    EXPECT_EQ(lab.run({"--once"}), 1);
+    EXPECT_EQ(lab.err().find("orblab: " + lab.output() + ": "), 0u);
+}
+
+TEST(LabProgram, CommandsFileThatIsNoFifo) {
+    LabRun lab;
+    lab.write("plain", "");
+    EXPECT_EQ(lab.run({"--once", "--commands", lab.folder() + "/plain"}), 1);
+    EXPECT_EQ(lab.err(), "orblab: " + lab.folder() + "/plain: is no FIFO\n");
+}
+
+TEST(LabProgram, DataFolderWithoutSchemas) {
+    LabRun lab;
+    std::filesystem::create_directories(lab.folder() + "/data/scenarios");
+    std::filesystem::copy_file(ORB_SCENARIOS "/first-generation.json",
+                               lab.folder() + "/data/scenarios/first-generation.json");
+    EXPECT_EQ(lab.run({"--once", "--data", lab.folder() + "/data"}), 1);
+    EXPECT_EQ(lab.err(),
+              "orblab: " + lab.folder() + "/data/schemas/inventory.schema.json: can't be read\n");
+}
