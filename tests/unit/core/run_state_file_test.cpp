@@ -81,8 +81,6 @@ const ReadCase READ_CASES[] = {
     {"Saturates", "last_start 99999999999999999999\n", std::numeric_limits<std::int64_t>::max()},
     {"Empty", "", std::nullopt},
     {"Binary", std::string("\0\x01last_start 4\0 last_start 7 \xFF", 30), 7},
-    {"HugeToken", std::string(10'000'000, 'x') + "\nlast_start 6\n", 6},
-    {"HugeFile", std::string(10'000'000, '\n') + "last_start 6", 6},
 };
 void PrintTo(const ReadCase &row, std::ostream *os) {
     *os << row.name;
@@ -120,6 +118,14 @@ TEST_P(ReadRunState, GivesTheTokenBehindTheKey) {
 }
 INSTANTIATE_TEST_SUITE_P(Contents, ReadRunState, ::testing::ValuesIn(READ_CASES),
                          [](const auto &row) { return std::string(row.param.name); });
+
+TEST(ReadRunStateHuge, GetsThroughTenMegabytes) {
+    // Made here, not in the table, which every case's process builds.
+    for (const char filler : {'x', '\n'}) {
+        std::istringstream in(std::string(10'000'000, filler) + "\nlast_start 6\n");
+        EXPECT_EQ(read_run_state_value(in, "last_start"), 6);
+    }
+}
 
 TEST_P(CopyRunState, ReplacesLinesThatContainTheKey) {
     std::istringstream in(GetParam().content);
