@@ -438,7 +438,9 @@ TEST(ConfigFile, NumberOutOfRangeLeavesAsException) {
                             "MicrochipEventQueueIndex", "HealthMonitorFlags"}) {
         EXPECT_THROW(settings_of(file_with(key, R"("9223372036854775808")")), std::out_of_range)
             << key;
-        EXPECT_THROW(settings_of(file_with(key, "-9223372036854775809")), std::out_of_range) << key;
+        EXPECT_THROW(settings_of(file_with(key, R"("-9223372036854775809")")), std::out_of_range)
+            << key;
+        EXPECT_THROW(settings_of(file_with(key, "9223372036854775808")), std::out_of_range) << key;
     }
     EXPECT_THROW(
         settings_of(file_with("CacheRefreshInSeconds", R"({"Global": "9223372036854775808"})")),
@@ -446,6 +448,11 @@ TEST(ConfigFile, NumberOutOfRangeLeavesAsException) {
     EXPECT_THROW(
         settings_of(file_with("CacheRefreshInSeconds", R"({"GPUDevices": "9223372036854775808"})")),
         std::out_of_range);
+}
+TEST(ConfigFile, BareNumberBeyondAllIntegersCountsByItsFirstDigit) {
+    // The parser makes a real of it, whose text is "1.8446744073709552e+19".
+    EXPECT_EQ(
+        settings_of(file_with("HealthMonitorFlags", "18446744073709551616")).healthMonitorFlags, 1);
 }
 TEST(ConfigFile, ArrayOfTwoLeavesAsTheParsersException) {
     EXPECT_THROW(settings_of(R"(["LoggingLevel", "Info"])"), Json::Exception);
