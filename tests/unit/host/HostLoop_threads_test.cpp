@@ -1,0 +1,268 @@
+#include <atomic>
+#include <cerrno>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "unit/host/HostWorld.h"
+
+namespace {
+constexpr char TAG[] = "HOST_RM";
+constexpr char BUSY[] = "Cache build is in progress. Returning previous copy of inventory.";
+
+/// A place where a build waits until the test lets it go on.
+class Barrier {
+public:
+    void arrive() {
+        std::unique_lock<std::mutex> lock(mutex);
+        arrived = true;
+        changed.notify_all();
+        changed.wait(lock, [this] { return open; });
+    }
+    void waitForArrival() {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [this] { return arrived; });
+    }
+    void letGo() {
+        const std::lock_guard<std::mutex> lock(mutex);
+        open = true;
+        changed.notify_all();
+    }
+
+private:
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool arrived = false, open = false;
+};
+
+/// The refresh loop on a thread of its own; the destructor stops it.
+class HostLoop : public ::testing::Test {
+protected:
+    void start() {
+        thread = std::thread([this] { result = world.manager.startInventory(); });
+    }
+    void stop() {
+        world.manager.stopResourceManagerJob();
+        thread.join();
+    }
+    void TearDown() override {
+        if (thread.joinable()) stop();
+    }
+    /// Runs the loop's first build, which ends with the wait for the next.
+    void startAndWait() {
+        start();
+        ASSERT_TRUE(world.clock.waitForParked(1));
+        ASSERT_EQ(world.builds(), 1);
+    }
+
+    HostWorld world;
+    std::thread thread;
+    int result = -1;
+};
+
+TEST_F(HostLoop, BuildsAtOnceAndThenEverySixtySeconds) {
+    startAndWait();
+    for (int build = 2; build <= 5; ++build) {
+        world.clock.advanceMs(59999);
+        ASSERT_TRUE(world.clock.waitForParked(1));
+        EXPECT_EQ(world.builds(), build - 1);
+        world.clock.advanceMs(1);
+        ASSERT_TRUE(world.clock.waitForParked(1));
+        EXPECT_EQ(world.builds(), build);
+    }
+}
+
+TEST(HostLoopConfigured, PeriodIsFixed) {
+    HostWorld world(R"("CacheRefreshInSeconds": {"HostOSInfo": "30"})");
+    std::thread thread([&] { (void)world.manager.startInventory(); });
+    EXPECT_TRUE(world.clock.waitForParked(1));
+    world.clock.advance(59);
+    EXPECT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.builds(), 1);
+    world.clock.advance(1);
+    EXPECT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.builds(), 2);
+    world.manager.stopResourceManagerJob();
+    thread.join();
+}
+
+TEST_F(HostLoop, FiftyNineSecondsAfterAnotherBuildItWaitsOn) {
+    startAndWait();
+    world.clock.advance(1);
+    world.manager.cacheBuild(); // by somebody else
+    world.clock.advance(59);    // the loop's deadline
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.builds(), 2);
+    world.clock.advance(60);
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.builds(), 3);
+}
+
+TEST_F(HostLoop, SixtySecondsAfterAnotherBuildItBuilds) {
+    startAndWait();
+    world.manager.cacheBuild();
+    world.clock.advance(60);
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.builds(), 3);
+}
+
+TEST_F(HostLoop, LongBuildCountsFromItsEnd) {
+    startAndWait();
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [this] { world.clock.advance(300); });
+    world.clock.advance(60);
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.builds(), 2);
+    world.clock.advance(59);
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.builds(), 2);
+    world.clock.advance(1);
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.builds(), 3);
+}
+
+TEST_F(HostLoop, StopEndsTheWait) {
+    startAndWait();
+    stop();
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(world.builds(), 1);
+}
+
+TEST_F(HostLoop, StopDuringABuildTakesEffectAfterIt) {
+    Barrier inBuild;
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    start();
+    inBuild.waitForArrival();
+    world.manager.stopResourceManagerJob(); // doesn't wait for the build
+    EXPECT_EQ(world.builds(), 0);
+    inBuild.letGo();
+    thread.join();
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(world.builds(), 1);
+    EXPECT_EQ(world.memory()["TotalSystemMemoryGiB"].asDouble(), 2.0);
+}
+
+TEST_F(HostLoop, ClockThatFailsLaterEndsTheLoop) {
+    startAndWait();
+    world.clock.failRealTime(EPERM);
+    world.clock.advance(60);
+    thread.join();
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(world.builds(), 2);
+    EXPECT_EQ(world.log.count("ERROR", TAG, "Failed to get current time! (errno: 1)"), 1);
+}
+
+// -- Readers during a build ---------------------------------------------------------------------
+
+TEST_F(HostLoop, ReadersOfTheFirstBuildGetAnEmptyCopy) {
+    Barrier inBuild;
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    start();
+    inBuild.waitForArrival();
+    std::vector<Json::Value> objects(3);
+    EXPECT_EQ(world.manager.getInventoryJsonObject(objects), 1);
+    EXPECT_TRUE(objects.empty());
+    EXPECT_EQ(world.log.count("DEBUG", TAG, BUSY), 1);
+    EXPECT_TRUE(world.manager.getHostInventory().empty());
+    EXPECT_FALSE(world.manager.isInventoryReady(0));
+    inBuild.letGo();
+}
+
+TEST_F(HostLoop, ReadersOfALaterBuildGetThePreviousCopy) {
+    startAndWait();
+    Barrier inBuild;
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    world.clock.advance(60);
+    inBuild.waitForArrival();
+    std::vector<Json::Value> objects;
+    EXPECT_EQ(world.manager.getInventoryJsonObject(objects), 1);
+    ASSERT_EQ(objects.size(), 1u);
+    EXPECT_EQ(objects[0]["HostOSInfo"]["OSMemorySummary"]["TotalSystemMemoryGiB"].asDouble(), 64.0);
+    EXPECT_TRUE(world.manager.getHostInventory().empty());
+    EXPECT_TRUE(world.manager.isInventoryReady(0));
+
+    inBuild.letGo();
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.manager.getInventoryJsonObject(objects), 0);
+    ASSERT_EQ(objects.size(), 1u);
+    EXPECT_EQ(objects[0]["HostOSInfo"]["OSMemorySummary"]["TotalSystemMemoryGiB"].asDouble(), 2.0);
+    EXPECT_EQ(world.log.count("DEBUG", TAG, BUSY), 1);
+}
+
+TEST_F(HostLoop, LastLookDuringTheFirstBuildIsServedAtItsEnd) {
+    Barrier inBuild;
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    start();
+    inBuild.waitForArrival();
+    EXPECT_FALSE(world.manager.isInventoryReady(8));
+    inBuild.letGo();
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.log.count("DEBUG", TAG, "hostRM Requesting cache push"), 1);
+}
+
+TEST_F(HostLoop, IsNotRunningDuringABuild) {
+    Barrier inBuild;
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    start();
+    inBuild.waitForArrival();
+    bool running = true;
+    std::thread asker([&] { running = world.manager.isRunning(); });
+    for (int retryCount = 0; retryCount < 3; ++retryCount) {
+        ASSERT_TRUE(world.clock.waitForParked(1));
+        EXPECT_EQ(world.log.count("WARNING", TAG,
+                                  "_cacheBuildInProgress = 1,HostInventory.size() =0,retryCount "
+                                  "=" +
+                                      std::to_string(retryCount)),
+                  1);
+        world.clock.advance(3);
+    }
+    asker.join();
+    EXPECT_FALSE(running);
+    inBuild.letGo();
+}
+
+TEST_F(HostLoop, RunsAgainWhenTheBuildEndsWithinNineSeconds) {
+    Barrier inBuild;
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    start();
+    inBuild.waitForArrival();
+    bool running = false;
+    std::thread asker([&] { running = world.manager.isRunning(); });
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    inBuild.letGo();
+    ASSERT_TRUE(world.clock.waitForParked(2)); // the asker's sleep, the loop's wait
+    world.clock.advance(3);
+    asker.join();
+    EXPECT_TRUE(running);
+    EXPECT_EQ(world.log.countHolding("WARNING", TAG, "retryCount"), 1);
+}
+
+TEST_F(HostLoop, ReadersAtOnceWithManyBuilds) {
+    startAndWait();
+    // A reader that meets another one takes the previous copy, so both copies have to hold a host.
+    world.clock.advance(60);
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    std::atomic<bool> done{false};
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 3; ++i)
+        readers.emplace_back([&] {
+            while (!done) {
+                std::vector<Json::Value> objects;
+                (void)world.manager.getInventoryJsonObject(objects);
+                EXPECT_EQ(objects.size(), 1u); // current or previous, never a half-built one
+                EXPECT_LE(world.manager.getHostInventory().size(), 1u);
+                EXPECT_TRUE(world.manager.isInventoryReady(8));
+            }
+        });
+    for (int i = 0; i < 20; ++i) {
+        world.clock.advance(60);
+        EXPECT_TRUE(world.clock.waitForParked(1));
+    }
+    done = true;
+    for (std::thread &reader : readers) reader.join();
+    EXPECT_EQ(world.builds(), 22);
+}
+} // namespace
