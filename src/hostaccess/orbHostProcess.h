@@ -13,7 +13,7 @@ public:
     /// Waits for a thread's end. @param name  what a person calls it @return 0 or the error number
     virtual int joinThread(pthread_t thread, const char *name) = 0;
     virtual void writeStandardOutput(std::string_view text) = 0; ///< written and flushed
-    /// Ends the process at once with its streams flushed and no static destroyed, because other
+    /// Ends the process at once, standard output flushed and no static destroyed, because other
     /// threads may still be running. Every end but the return from `main` goes through here.
     [[noreturn]] virtual void exitNow(int status) = 0;
     /// Gives the signal its default action, then raises it.
