@@ -1,0 +1,100 @@
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+struct Answer {
+    int status;
+    std::string output;
+};
+
+Answer run(const std::string &line) {
+    std::FILE *const stream = ::popen((line + " 2>&1").c_str(), "re");
+    if (stream == nullptr) return {-1, ""};
+    std::string output;
+    char piece[4096];
+    for (std::size_t got; (got = std::fread(piece, 1, sizeof piece, stream)) > 0;)
+        output.append(piece, got);
+    const int status = ::pclose(stream);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+}
+
+/// The names in liborb.map: exact ones, and patterns that end in "*".
+std::vector<std::string> written_down() {
+    std::ifstream map(std::string(ORB_SOURCE_DIR) + "/src/liborb.map");
+    const std::regex entry(R"re(^\s*(?:"(.+)"|([A-Za-z_].*\*));$)re");
+    std::vector<std::string> names;
+    for (std::string line; std::getline(map, line);)
+        if (std::smatch match; std::regex_match(line, match, entry))
+            names.push_back(match[1].matched ? match[1] : match[2]);
+    return names;
+}
+
+bool matches(const std::string &name, const std::string &entry) {
+    if (!entry.ends_with('*')) return name == entry;
+    return name.starts_with(entry.substr(0, entry.size() - 1));
+}
+
+TEST(Installed, LibraryExportsWhatIsWrittenDownAndNothingElse) {
+    const std::vector<std::string> entries = written_down();
+    ASSERT_GT(entries.size(), 30u);
+    const Answer symbols = run("nm -DC --defined-only " LIBORB_FILE);
+    ASSERT_EQ(symbols.status, 0) << symbols.output;
+    std::set<std::string> used;
+    std::size_t at = 0;
+    while (at < symbols.output.size()) {
+        const std::size_t end = symbols.output.find('\n', at);
+        const std::string line = symbols.output.substr(at, end - at);
+        at = end + 1;
+        std::string name = line.substr(std::min(line.size(), line.find(' ') + 3));
+        // Marks of the library's ABI aren't part of a name.
+        name = std::regex_replace(name, std::regex(R"(\[abi:[a-z0-9]+\])"), "");
+        const auto entry = std::find_if(entries.begin(), entries.end(), [&](const auto &candidate) {
+            return matches(name, candidate);
+        });
+        if (entry == entries.end())
+            ADD_FAILURE() << "exported, but not written down: " << line;
+        else
+            used.insert(*entry);
+    }
+    for (const std::string &entry : entries)
+        EXPECT_EQ(used.count(entry), 1u) << "written down, but not exported: " << entry;
+}
+
+TEST(Installed, ProgramAnswersWithoutAHost) {
+    const Answer version = run(ORBD_PROGRAM " --version");
+    EXPECT_EQ(version.status, 0);
+    EXPECT_TRUE(std::regex_match(version.output, std::regex(R"(orbd \d+\.\d+\.\d+\n)")))
+        << version.output;
+    const Answer help = run(ORBD_PROGRAM " --help");
+    EXPECT_EQ(help.status, 0);
+    for (const char *option : {"--foreground", "--stop-timeout", "--print-inventory", "--compact",
+                               "--check-config", "--version", "--help"})
+        EXPECT_NE(help.output.find(option), std::string::npos) << option;
+    const Answer wrong = run(ORBD_PROGRAM " --frob");
+    EXPECT_EQ(wrong.status, 2);
+    EXPECT_EQ(wrong.output, "orbd: --frob: no such option, or not unique (see orbd --help)\n");
+    const Answer check = run(ORBD_PROGRAM " --check-config " ORB_SOURCE_DIR "/packaging/orb.conf");
+    EXPECT_EQ(check.status, 0) << check.output;
+}
+
+TEST(Installed, OutputThatCannotBeWrittenIsAFailure) {
+    const Answer full = run(ORBD_PROGRAM " --help > /dev/full");
+    EXPECT_EQ(full.status, 1);
+}
+
+TEST(Installed, HelpFitsATerminal) {
+    const Answer help = run(ORBD_PROGRAM " --help");
+    for (std::size_t at = 0, end; (end = help.output.find('\n', at)) != std::string::npos;
+         at = end + 1)
+        EXPECT_LE(end - at, 96u) << help.output.substr(at, end - at);
+}
+} // namespace
