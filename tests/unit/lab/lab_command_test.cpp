@@ -1,0 +1,97 @@
+#include "world/lab_command.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+using Kind = LAB_COMMAND::Kind;
+
+LAB_COMMAND parsed(const std::string &line) {
+    LAB_COMMAND command;
+    std::string error;
+    EXPECT_TRUE(parse_lab_command(line, command, error)) << line << ": " << error;
+    return command;
+}
+std::string error_of(const std::string &line) {
+    LAB_COMMAND command;
+    std::string error;
+    EXPECT_FALSE(parse_lab_command(line, command, error)) << line;
+    return error;
+}
+} // namespace
+
+TEST(LabCommand, Kinds) {
+    EXPECT_EQ(parsed("").kind, Kind::NOTHING);
+    EXPECT_EQ(parsed("   # note").kind, Kind::NOTHING);
+    EXPECT_EQ(parsed("help").kind, Kind::HELP);
+    EXPECT_EQ(parsed(" door-bell ").kind, Kind::DOOR_BELL);
+    EXPECT_EQ(parsed("door-bell generic").kind, Kind::GENERIC_DOOR_BELL);
+    EXPECT_EQ(parsed("restart daemon").kind, Kind::RESTART_DAEMON);
+    EXPECT_EQ(parsed("crash daemon").kind, Kind::CRASH_DAEMON);
+    EXPECT_EQ(parsed("reboot host").kind, Kind::REBOOT_HOST);
+    EXPECT_EQ(parsed("crash host").kind, Kind::CRASH_HOST);
+    EXPECT_EQ(parsed("quit").kind, Kind::QUIT);
+    EXPECT_EQ(parsed("show events").subject, "events");
+    EXPECT_EQ(parsed("reboot host").downSeconds, 30);
+    EXPECT_EQ(parsed("crash host 77").downSeconds, 77);
+}
+
+TEST(LabCommand, Rmc) {
+    const RMC_BEHAVIOUR all =
+        parsed("rmc status 0x3 exit 4 completion 0xc0 delay 20 handle 65535 short 2 skip 5 times 6")
+            .behaviour;
+    EXPECT_EQ(all.force.transferStatus, 3);
+    EXPECT_EQ(all.force.exitStatus, 4);
+    EXPECT_EQ(all.force.completionCode, 0xC0);
+    EXPECT_EQ(all.delayMs, 20);
+    EXPECT_EQ(all.force.handle, 0xFFFF);
+    EXPECT_EQ(all.force.shortTo, 2u);
+    EXPECT_EQ(all.skip, 5u);
+    EXPECT_EQ(all.times, 6);
+    EXPECT_TRUE(parsed("rmc silent").behaviour.silent);
+    EXPECT_TRUE(parsed("rmc normal").behaviour.isNormal());
+    EXPECT_FALSE(parsed("rmc short 0").behaviour.isNormal());
+}
+
+TEST(LabCommand, Set) {
+    EXPECT_EQ(parsed("set host name x").subject, "name");
+    EXPECT_EQ(parsed("set name x").value, "x");
+    EXPECT_EQ(parsed("set host address 192.0.2.1,192.0.2.2").value, "192.0.2.1,192.0.2.2");
+    EXPECT_EQ(parsed("set host address none").value, "none");
+    EXPECT_EQ(parsed("set esxtop garbled").value, "garbled");
+    EXPECT_EQ(parsed("set ipmi off").value, "off");
+}
+
+TEST(LabCommand, Errors) {
+    EXPECT_EQ(error_of("dance"), "unknown command \"dance\"; try help");
+    EXPECT_EQ(error_of("quit now"), "unknown command \"quit now\"; try help");
+    EXPECT_EQ(error_of("restart host"), "unknown command \"restart host\"; try help");
+    EXPECT_EQ(error_of("reboot daemon"), "unknown command \"reboot daemon\"; try help");
+    EXPECT_EQ(error_of("show me"), "unknown command \"show me\"; try help");
+    EXPECT_EQ(error_of("reboot host 1"), "reboot host: needs seconds, 2 or more");
+    EXPECT_EQ(error_of("crash host -5"), "crash host: needs seconds, 2 or more");
+    EXPECT_EQ(error_of("rmc"),
+              "rmc: status, exit, completion, delay, handle, short, silent or normal is missing");
+    EXPECT_EQ(error_of("rmc status"), "rmc: status needs a number from 0 to 255");
+    EXPECT_EQ(error_of("rmc status 256"), "rmc: status needs a number from 0 to 255");
+    EXPECT_EQ(error_of("rmc status 0x"), "rmc: status needs a number from 0 to 255");
+    EXPECT_EQ(error_of("rmc handle 65536"), "rmc: handle needs a number from 0 to 65535");
+    EXPECT_EQ(error_of("rmc loud"), "rmc: unknown word \"loud\"");
+    EXPECT_EQ(error_of("set name"),
+              "set: say what and to what, such as \"set host name orb-lab-02\"");
+    EXPECT_EQ(error_of("set memory much"), "set: memory needs MBytes");
+    EXPECT_EQ(error_of("set address 1.2.3"), "set: \"1.2.3\" is no IPv4 address");
+    EXPECT_EQ(error_of("set esxtop odd"), "set: esxtop works, fails, empty or garbled");
+    EXPECT_EQ(error_of("set ipmi maybe"), "set: ipmi on or off");
+    EXPECT_EQ(error_of("set colour red"), "set: unknown fact \"colour\"");
+    EXPECT_EQ(error_of("set name " + std::string(65, 'x')),
+              "set: name is longer than 64 characters");
+}
+
+TEST(LabCommand, HelpNamesEachVerb) {
+    const std::string help = LAB_COMMAND_HELP;
+    for (const char *verb : {"door-bell", "rmc", "restart daemon", "crash daemon", "reboot host",
+                             "crash host", "set", "show", "quit"})
+        EXPECT_NE(help.find(verb), std::string::npos) << verb;
+}

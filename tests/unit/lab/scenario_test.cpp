@@ -1,0 +1,198 @@
+#include "world/Scenario.h"
+
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "core/json_text.h"
+#include "fakes/TemporaryRoot.h"
+
+namespace {
+const char GOOD[] = R"({
+  "title": "t",
+  "machine": {"manufacturer": "m", "family": "PLATFORM-ID-A01",
+    "slots": [{"designation": "PCI 0000:24:00.0 r001u01p0i03", "address": "0000:24:00.0"},
+              {"designation": "PCI empty"}],
+    "onboard": [{"designation": "o", "type": 5, "enabled": false, "instance": 2}]},
+  "host": {"name": "h", "memoryMBytes": 1, "addresses": [{"interface": "e", "address": "192.0.2.1"}],
+    "pci": [{"address": "0000:24:00.0", "vendor": 4215}]},
+  "runState": {"lastStartAgo": 10},
+  "commands": ["rmc silent"],
+  "timeline": [{"at": 1.5, "inventories": 1, "do": "door-bell"}],
+  "expect": {"events": [359, {"ID": 356, "Source": "ORB"}], "facts": {"a.b": 1}, "log": ["x"]}
+})";
+
+Json::Value good() {
+    Json::Value root;
+    EXPECT_TRUE(parse_json(std::string(GOOD), root));
+    return root;
+}
+
+struct BadCase {
+    const char *name;
+    void (*change)(Json::Value &);
+    const char *error;
+};
+const BadCase BAD[] = {
+    {"NotAnObject", [](Json::Value &v) { v = 1; }, "scenario: must be an object"},
+    {"UnknownKey", [](Json::Value &v) { v["colour"] = 1; }, "colour: unknown key"},
+    {"TitleNumber", [](Json::Value &v) { v["title"] = 1; }, "title: must be a text"},
+    {"MachineText", [](Json::Value &v) { v["machine"] = "x"; }, "machine: must be an object"},
+    {"MachineKey", [](Json::Value &v) { v["machine"]["cpu"] = 1; }, "machine.cpu: unknown key"},
+    {"FamilyTooLong", [](Json::Value &v) { v["machine"]["family"] = std::string(61, 'x'); },
+     "machine.family: longer than 60 characters"},
+    {"SlotsObject", [](Json::Value &v) { v["machine"]["slots"] = Json::objectValue; },
+     "machine.slots: must be an array"},
+    {"SlotAddress", [](Json::Value &v) { v["machine"]["slots"][0]["address"] = "24:00.0"; },
+     "machine.slots[0].address: must be a PCI address such as 0000:24:00.0"},
+    {"SlotName", [](Json::Value &v) { v["machine"]["slots"][1]["designation"] = ""; },
+     "machine.slots[1].designation: must not be empty"},
+    {"SlotNumber", [](Json::Value &v) { v["machine"]["slots"][0] = 3; },
+     "machine.slots[0]: must be an object"},
+    {"OnboardType", [](Json::Value &v) { v["machine"]["onboard"][0]["type"] = 128; },
+     "machine.onboard[0].type: must be a whole number from 1 to 127"},
+    {"OnboardEnabled", [](Json::Value &v) { v["machine"]["onboard"][0]["enabled"] = 1; },
+     "machine.onboard[0].enabled: must be true or false"},
+    {"NoHost", [](Json::Value &v) { v.removeMember("host"); }, "host.name: must not be empty"},
+    {"Memory", [](Json::Value &v) { v["host"]["memoryMBytes"] = -1; },
+     "host.memoryMBytes: must be a whole number from 0 to 9223372036854775807"},
+    {"MemoryHuge", [](Json::Value &v) { v["host"]["memoryMBytes"] = 1e300; },
+     "host.memoryMBytes: must be a whole number from 0 to 9223372036854775807"},
+    {"Address", [](Json::Value &v) { v["host"]["addresses"][0]["address"] = "x"; },
+     "host.addresses[0].address: must be an IPv4 address"},
+    {"PciVendor", [](Json::Value &v) { v["host"]["pci"][0]["vendor"] = 65536; },
+     "host.pci[0].vendor: must be a whole number from 0 to 65535"},
+    {"PciWithoutAddress", [](Json::Value &v) { v["host"]["pci"][0].removeMember("address"); },
+     "host.pci[0].address: must be a PCI address such as 0000:24:00.0"},
+    {"Esxtop", [](Json::Value &v) { v["esxtop"] = "maybe"; },
+     "esxtop: must be works, fails, empty or garbled"},
+    {"Ipmi", [](Json::Value &v) { v["ipmiDevice"] = "yes"; }, "ipmiDevice: must be true or false"},
+    {"RunState", [](Json::Value &v) { v["runState"]["lastStart"] = 1; },
+     "runState.lastStart: unknown key"},
+    {"Config", [](Json::Value &v) { v["config"] = 3; }, "config: must be an object"},
+    {"Command", [](Json::Value &v) { v["commands"][0] = "dance"; },
+     "commands[0]: unknown command \"dance\"; try help"},
+    {"CommandNumber", [](Json::Value &v) { v["commands"][0] = 1; }, "commands[0]: must be a text"},
+    {"StepWithoutCommand", [](Json::Value &v) { v["timeline"][0].removeMember("do"); },
+     "timeline[0].do: must be a text"},
+    {"StepTime", [](Json::Value &v) { v["timeline"][0]["at"] = -1; },
+     "timeline[0].at: must be a number of seconds, 0 or more"},
+    {"StepKey", [](Json::Value &v) { v["timeline"][0]["after"] = 1; },
+     "timeline[0].after: unknown key"},
+    {"Event", [](Json::Value &v) { v["expect"]["events"][0] = "356"; },
+     "expect.events[0]: must be an object"},
+    {"Facts", [](Json::Value &v) { v["expect"]["facts"] = "x"; },
+     "expect.facts: must be an object"},
+    {"Log", [](Json::Value &v) { v["expect"]["log"][0] = 1; }, "expect.log[0]: must be a text"},
+    {"Limit", [](Json::Value &v) { v["limitSeconds"] = 0; },
+     "limitSeconds: must be a whole number from 1 to 86400"},
+};
+void PrintTo(const BadCase &row, std::ostream *os) {
+    *os << row.name;
+}
+class BadScenarios : public ::testing::TestWithParam<BadCase> {};
+TEST_P(BadScenarios, NameThePlaceAndTheFault) {
+    Json::Value root = good();
+    GetParam().change(root);
+    SCENARIO scenario;
+    scenario.title = "untouched";
+    std::string error;
+    EXPECT_FALSE(read_scenario_json(root, scenario, error));
+    EXPECT_EQ(error, GetParam().error);
+    EXPECT_EQ(scenario.title, "untouched");
+}
+INSTANTIATE_TEST_SUITE_P(Texts, BadScenarios, ::testing::ValuesIn(BAD),
+                         [](const auto &row) { return std::string(row.param.name); });
+} // namespace
+
+TEST(Scenario, ReadsWhatItSays) {
+    SCENARIO scenario;
+    std::string error;
+    ASSERT_TRUE(read_scenario_json(good(), scenario, error)) << error;
+    EXPECT_EQ(scenario.machine.slots[0].address, "0000:24:00.0");
+    EXPECT_FALSE(scenario.machine.slots[1].address);
+    EXPECT_FALSE(scenario.machine.onboard[0].enabled);
+    EXPECT_EQ(scenario.host.pci[0].vendor, 0x1077);
+    EXPECT_EQ(scenario.lastStartAgo, 10);
+    EXPECT_EQ(scenario.lastStopAgo, 0);
+    EXPECT_EQ(scenario.timeline[0].at, 1.5);
+    EXPECT_EQ(scenario.expect.events[0]["ID"].asInt(), 359);
+    EXPECT_EQ(scenario.expect.events[1]["Source"].asString(), "ORB");
+    EXPECT_TRUE(scenario.config.isObject());
+    EXPECT_EQ(scenario.limitSeconds, 60);
+}
+
+TEST(Scenario, NullConfigMeansNoFile) {
+    Json::Value root = good();
+    root["config"] = Json::nullValue;
+    SCENARIO scenario;
+    std::string error;
+    ASSERT_TRUE(read_scenario_json(root, scenario, error));
+    EXPECT_TRUE(scenario.config.isNull());
+}
+
+TEST(Scenario, BaseGivesTheServerAlone) {
+    TemporaryRoot root;
+    root.write("/s/one.json", GOOD);
+    root.write("/s/two.json", R"({"base":"one","host":{"name":"second"}})");
+    SCENARIO scenario;
+    std::string error;
+    ASSERT_TRUE(read_scenario(IorbHostFiles::get().map("/s/two.json"), scenario, error)) << error;
+    EXPECT_EQ(scenario.name, "two");
+    EXPECT_EQ(scenario.host.name, "second");
+    EXPECT_EQ(scenario.host.memoryMBytes, 1);
+    EXPECT_EQ(scenario.machine.slots.size(), 2u);
+    EXPECT_TRUE(scenario.timeline.empty());
+    EXPECT_TRUE(scenario.commands.empty());
+    EXPECT_FALSE(scenario.lastStartAgo);
+    EXPECT_TRUE(scenario.expect.events.empty());
+}
+
+TEST(Scenario, FilesThatCannotServe) {
+    TemporaryRoot root;
+    const auto error_of = [&](const std::string &text) {
+        root.write("/s/x.json", text);
+        SCENARIO scenario;
+        std::string error;
+        const std::string path = IorbHostFiles::get().map("/s/x.json");
+        EXPECT_FALSE(read_scenario(path, scenario, error)) << text;
+        EXPECT_EQ(error.find(path + ": "), 0u) << error;
+        return error.substr(path.size() + 2);
+    };
+    EXPECT_EQ(error_of("").find("not JSON: "), 0u);
+    EXPECT_EQ(error_of("{").find("not JSON: "), 0u);
+    EXPECT_EQ(error_of(std::string(5000, '[')).find("not JSON: "), 0u);
+    EXPECT_EQ(error_of("[]"), "must be an object");
+    EXPECT_EQ(error_of(R"({"base":3})"), "base: must be a scenario's name");
+    EXPECT_EQ(error_of(R"({"base":"../x"})"), "base: must be a scenario's name");
+    EXPECT_EQ(error_of(R"({"base":"x"})"), "base: too many scenarios stand on each other");
+    SCENARIO scenario;
+    std::string error;
+    EXPECT_FALSE(read_scenario("/nowhere/x.json", scenario, error));
+    EXPECT_EQ(error, "/nowhere/x.json: can't be read");
+}
+
+TEST(Scenario, EveryShippedOneIsRead) {
+    std::size_t count = 0;
+    for (const auto &entry : std::filesystem::directory_iterator(ORB_SOURCE_DIR "/lab/scenarios")) {
+        SCENARIO scenario;
+        std::string error;
+        EXPECT_TRUE(read_scenario(entry.path(), scenario, error)) << error;
+        EXPECT_FALSE(scenario.title.empty()) << entry.path();
+        ++count;
+    }
+    EXPECT_GE(count, 20u);
+}
+
+TEST(PciAddress, Reads) {
+    std::uint16_t segment = 0;
+    std::uint8_t bus = 0, deviceFunction = 0;
+    ASSERT_TRUE(read_pci_address("12ab:c3:1f.7", segment, bus, deviceFunction));
+    EXPECT_EQ(segment, 0x12ab);
+    EXPECT_EQ(bus, 0xc3);
+    EXPECT_EQ(deviceFunction, 0xff);
+    for (const char *bad : {"", "0000:24:00.8", "0000:24:20.0", "0000:24:00:0", "0000:2G:00.0",
+                            "0000:24:00.00", "000:24:00.0"})
+        EXPECT_FALSE(read_pci_address(bad, segment, bus, deviceFunction)) << bad;
+}
