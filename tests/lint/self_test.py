@@ -58,6 +58,12 @@ CASES = [
     (code_checks.headers_tested, "included", {
         "src/core/a.h": "", "tests/unit/core/b_test.cpp": '#include "core/a.h"\n'}, 0),
     (code_checks.headers_tested, "named", {"src/core/a.h": "", "tests/unit/core/a_test.cpp": ""}, 0),
+    (code_checks.headers_tested, "a record behind another", {
+        "src/core/a.h": '#include "core/r.h"\n', "src/core/r.h": "",
+        "tests/unit/core/a_test.cpp": '#include "core/a.h"\n'}, 0),
+    (code_checks.headers_tested, "code behind another", {
+        "src/core/a.h": '#include "core/r.h"\n', "src/core/r.h": "", "src/core/r.cpp": "",
+        "tests/unit/core/a_test.cpp": '#include "core/a.h"\n'}, 1),
     (code_checks.file_length, "too long", {"src/core/a.cpp": "\n" * 700}, 1),
     (code_checks.file_length, "short", {"src/core/a.cpp": "\n" * 600}, 0),
     (code_checks.fuzz_corpora, "no seed", {"tests/fuzz/a_fuzz.cpp": FUZZ_ENTRY}, 1),
