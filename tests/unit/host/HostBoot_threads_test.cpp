@@ -200,6 +200,7 @@ TEST(HostBoot, StopDuringTheWaitStillReportsAndCopies) {
 
 TEST(HostTestEvent, CarriesTheClientAsItsSource) {
     HostWorld world;
+    world.clock.setAutoAdvance(true);
     world.manager.generateTestEvent(356);
     const std::vector<Json::Value> events = world.events();
     ASSERT_EQ(events.size(), 1u);
