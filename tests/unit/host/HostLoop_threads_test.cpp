@@ -60,6 +60,7 @@ protected:
     }
 
     HostWorld world;
+    Barrier inBuild; // outlives the loop, which TearDown() joins
     std::thread thread;
     int result = -1;
 };
@@ -132,7 +133,6 @@ TEST_F(HostLoop, StopEndsTheWait) {
 }
 
 TEST_F(HostLoop, StopDuringABuildTakesEffectAfterIt) {
-    Barrier inBuild;
     world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
     start();
     inBuild.waitForArrival();
@@ -158,7 +158,6 @@ TEST_F(HostLoop, ClockThatFailsLaterEndsTheLoop) {
 // -- Readers during a build ---------------------------------------------------------------------
 
 TEST_F(HostLoop, ReadersOfTheFirstBuildGetAnEmptyCopy) {
-    Barrier inBuild;
     world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
     start();
     inBuild.waitForArrival();
@@ -173,7 +172,6 @@ TEST_F(HostLoop, ReadersOfTheFirstBuildGetAnEmptyCopy) {
 
 TEST_F(HostLoop, ReadersOfALaterBuildGetThePreviousCopy) {
     startAndWait();
-    Barrier inBuild;
     world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
     world.clock.advance(60);
     inBuild.waitForArrival();
@@ -193,7 +191,6 @@ TEST_F(HostLoop, ReadersOfALaterBuildGetThePreviousCopy) {
 }
 
 TEST_F(HostLoop, LastLookDuringTheFirstBuildIsServedAtItsEnd) {
-    Barrier inBuild;
     world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
     start();
     inBuild.waitForArrival();
@@ -204,7 +201,6 @@ TEST_F(HostLoop, LastLookDuringTheFirstBuildIsServedAtItsEnd) {
 }
 
 TEST_F(HostLoop, IsNotRunningDuringABuild) {
-    Barrier inBuild;
     world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
     start();
     inBuild.waitForArrival();
@@ -225,7 +221,6 @@ TEST_F(HostLoop, IsNotRunningDuringABuild) {
 }
 
 TEST_F(HostLoop, RunsAgainWhenTheBuildEndsWithinNineSeconds) {
-    Barrier inBuild;
     world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
     start();
     inBuild.waitForArrival();
