@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -27,15 +26,25 @@ Answer run(const std::string &line) {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
 }
 
-/// The names in liborb.map: exact ones, and patterns that end in "*".
+/// The names in liborb.map: exact ones in quotes, and patterns that end in "*".
 std::vector<std::string> written_down() {
     std::ifstream map(std::string(ORB_SOURCE_DIR) + "/src/liborb.map");
-    const std::regex entry(R"re(^\s*(?:"(.+)"|([A-Za-z_].*\*));$)re");
     std::vector<std::string> names;
-    for (std::string line; std::getline(map, line);)
-        if (std::smatch match; std::regex_match(line, match, entry))
-            names.push_back(match[1].matched ? match[1] : match[2]);
+    for (std::string line; std::getline(map, line);) {
+        line.erase(0, line.find_first_not_of(' '));
+        if (line.starts_with('"') && line.ends_with("\";"))
+            names.push_back(line.substr(1, line.size() - 3));
+        else if (line.size() > 2 && line.ends_with("*;"))
+            names.push_back(line.substr(0, line.size() - 1));
+    }
     return names;
+}
+
+/// A name without the marks of the library's ABI, which aren't part of it.
+std::string without_marks(std::string name) {
+    for (std::size_t at; (at = name.find("[abi:")) != std::string::npos;)
+        name.erase(at, name.find(']', at) - at + 1);
+    return name;
 }
 
 bool matches(const std::string &name, const std::string &entry) {
@@ -54,9 +63,8 @@ TEST(Installed, LibraryExportsWhatIsWrittenDownAndNothingElse) {
         const std::size_t end = symbols.output.find('\n', at);
         const std::string line = symbols.output.substr(at, end - at);
         at = end + 1;
-        std::string name = line.substr(std::min(line.size(), line.find(' ') + 3));
-        // Marks of the library's ABI aren't part of a name.
-        name = std::regex_replace(name, std::regex(R"(\[abi:[a-z0-9]+\])"), "");
+        const std::string name =
+            without_marks(line.substr(std::min(line.size(), line.find(' ') + 3)));
         const auto entry = std::find_if(entries.begin(), entries.end(), [&](const auto &candidate) {
             return matches(name, candidate);
         });
@@ -72,8 +80,7 @@ TEST(Installed, LibraryExportsWhatIsWrittenDownAndNothingElse) {
 TEST(Installed, ProgramAnswersWithoutAHost) {
     const Answer version = run(ORBD_PROGRAM " --version");
     EXPECT_EQ(version.status, 0);
-    EXPECT_TRUE(std::regex_match(version.output, std::regex(R"(orbd \d+\.\d+\.\d+\n)")))
-        << version.output;
+    EXPECT_EQ(version.output, "orbd " ORB_VERSION "\n");
     const Answer help = run(ORBD_PROGRAM " --help");
     EXPECT_EQ(help.status, 0);
     for (const char *option : {"--foreground", "--stop-timeout", "--print-inventory", "--compact",
