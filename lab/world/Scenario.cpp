@@ -83,6 +83,12 @@ private:
     std::string &error;
 };
 
+bool require_object(const Json::Value &value, const std::string &place, std::string &error) {
+    if (value.isObject()) return true;
+    if (error.empty()) error = place + ": must be an object";
+    return false;
+}
+
 void check_address(Members &members, const char *name, const std::string &text) {
     std::uint16_t segment = 0;
     std::uint8_t bus = 0, deviceFunction = 0;
@@ -223,7 +229,7 @@ void read_expectation(const Json::Value &value, SCENARIO_EXPECTATION &expect, st
             wanted = Json::Value(Json::objectValue);
             wanted["ID"] = each;
         }
-        Members(wanted, place, error);
+        require_object(wanted, place, error);
         expect.events.push_back(std::move(wanted));
     });
     members.list("log", [&](const Json::Value &each, const std::string &place) {
@@ -235,8 +241,7 @@ void read_expectation(const Json::Value &value, SCENARIO_EXPECTATION &expect, st
     });
     if (!members.has("facts")) return;
     const Json::Value &facts = members.at("facts");
-    Members(facts, "expect.facts", error);
-    if (!facts.isObject()) return;
+    if (!require_object(facts, "expect.facts", error)) return;
     for (const std::string &path : facts.getMemberNames())
         expect.facts.emplace_back(path, facts[path]);
 }
@@ -335,7 +340,7 @@ bool read_scenario_json(const Json::Value &root, SCENARIO &scenario, std::string
         state.number("lastStopAgo", *read.lastStopAgo, 0, 1'000'000'000);
     }
     read.config = members.has("config") ? members.at("config") : Json::Value(Json::objectValue);
-    if (!read.config.isNull()) Members(read.config, "config", error);
+    if (!read.config.isNull()) require_object(read.config, "config", error);
     members.list("commands", [&](const Json::Value &each, const std::string &place) {
         read.commands.push_back(read_command(each, place, error));
     });

@@ -88,7 +88,7 @@ class _Fingerprints:
         for _, name, quoted in includes(self.tree.text(path)):
             if not quoted:
                 continue
-            for place in ("src/" + name, name, "tests/" + name,
+            for place in ("src/" + name, "lab/" + name, name, "tests/" + name,
                           str(Path(path).parent / name)):
                 place = os.path.normpath(place)
                 if (self.tree.root / place).is_file():
