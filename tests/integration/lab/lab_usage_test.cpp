@@ -88,7 +88,7 @@ TEST(LabProgram, BrokenScenarioNamesThePlace) {
 TEST(LabProgram, ForeignRootIsLeftAlone) {
     LabRun lab;
     std::filesystem::create_directories(lab.output() + "/root");
-    std::ofstream(lab.output() + "/root/precious") << "text";
+    std::ofstream(lab.output() + "/root" + "/precious") << "text";
     EXPECT_EQ(lab.run({"--once"}), 1);
     EXPECT_EQ(lab.err(),
               "orblab: " + lab.output() + "/root: is there already and was not made by orblab\n");

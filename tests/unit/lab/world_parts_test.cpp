@@ -206,7 +206,7 @@ TEST(HostRoot, EsxtopConfigurationIsTheInstalledOne) {
     ASSERT_TRUE(host.prepare(false, error) && host.writeHost({}, false, error)) << error;
     std::ifstream installed(ORB_SOURCE_DIR "/packaging/esxtopconf");
     const std::string text{std::istreambuf_iterator<char>(installed), {}};
-    EXPECT_EQ(root.read("/root/opt/vantor/orb/data/esxtopconf"), text);
+    EXPECT_EQ(root.read(std::string("/root") + "/opt/vantor/orb/data/esxtopconf"), text);
 }
 
 TEST(LabPlaces, BuildTreeInstallationAndOwnData) {
