@@ -108,7 +108,7 @@ TEST(DaemonLife, SecondInstanceIsRefused) {
     DaemonRun host;
     const pid_t daemon = host.start({"--foreground"});
     ASSERT_TRUE(host.awaitState("READY=1"));
-    const std::string before = host.root.read(DaemonRun::RUN_STATE);
+    const long started = run_state(host, "current_start");
     for (const std::vector<std::string> &arguments :
          {std::vector<std::string>{"--foreground"}, std::vector<std::string>{}})
         EXPECT_EQ(host.run(arguments), 1);
@@ -116,7 +116,7 @@ TEST(DaemonLife, SecondInstanceIsRefused) {
                              ": orbd is already running with process id " + std::to_string(daemon) +
                              "\n";
     EXPECT_EQ(host.errors(), line + line);
-    EXPECT_EQ(host.root.read(DaemonRun::RUN_STATE), before) << "the run goes on undisturbed";
+    EXPECT_EQ(run_state(host, "current_start"), started) << "the run goes on undisturbed";
     EXPECT_EQ(host.root.read(DaemonRun::PID_FILE), std::to_string(daemon) + "\n");
     ::kill(daemon, SIGTERM);
     EXPECT_EQ(DaemonRun::end(daemon), 0);
