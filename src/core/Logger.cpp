@@ -42,9 +42,9 @@ void write_syslog(int priority, const std::string &text) {
     IorbHostSyslog::get().write(SYSLOG_IDENTITY, LOG_USER, priority, text.c_str());
 }
 
-void tell_open_failure(const char *format_head, const std::string &path, int err) {
-    write_syslog(LOG_ERR, std::string(format_head) + '[' + path + "]: " + std::to_string(err) +
-                              " - " + orbUtils::getErrorDescription(err));
+void tell_open_failure(const char *head, const std::string &path, int err) {
+    write_syslog(LOG_ERR, format_text("%s[%s]: %d - %s", head, path.c_str(), err,
+                                      orbUtils::getErrorDescription(err).c_str()));
 }
 
 bool tag_holds(std::string_view tag, std::string_view word) {
@@ -215,7 +215,7 @@ int Logger::createSymbolicLink(const std::string &target, const std::string &dir
     if (::access(realTarget.c_str(), R_OK) != 0) return 0;
     const std::string name = base_name(target, "/");
     if (name.empty()) {
-        write_syslog(LOG_WARNING, "basename(" + target + ") returned NULL");
+        write_syslog(LOG_WARNING, format_text("basename(%s) returned NULL", target.c_str()));
         return -1;
     }
     const std::string link = directory + '/' + name;
@@ -223,19 +223,20 @@ int Logger::createSymbolicLink(const std::string &target, const std::string &dir
     if (std::remove(realLink.c_str()) != 0 && errno != ENOENT) {
         const int err = errno;
         write_syslog(LOG_WARNING,
-                     "remove(" + link + ") completed with errno [" + std::to_string(err) + ']');
+                     format_text("remove(%s) completed with errno [%d]", link.c_str(), err));
         return -1;
     }
     // A log that is configured to lie in the link directory has just lost its name.
     if (target == link) {
-        write_syslog(LOG_WARNING, "Target path(" + target + ") matches symbolic link path(" + link +
-                                      "). Hence, symbolic link will not be created.");
+        write_syslog(LOG_WARNING, format_text("Target path(%s) matches symbolic link path(%s). "
+                                              "Hence, symbolic link will not be created.",
+                                              target.c_str(), link.c_str()));
         return -1;
     }
     if (::symlink(realTarget.c_str(), realLink.c_str()) != 0 && errno != EEXIST) {
         const int err = errno;
-        write_syslog(LOG_WARNING, "symlink(" + target + ", " + link + ") completed with errno [" +
-                                      std::to_string(err) + ']');
+        write_syslog(LOG_WARNING, format_text("symlink(%s, %s) completed with errno [%d]",
+                                              target.c_str(), link.c_str(), err));
         return -1;
     }
     return 0;

@@ -318,6 +318,13 @@ TEST_F(LoggerTest, FileThatCantBeOpenedCostsItsLinesOnly) {
     EXPECT_EQ(syslog.lines().size(), before);
 }
 
+TEST_F(LoggerTest, OwnTroubleIsToldIn4095Characters) {
+    under("Info", '/' + std::string(5000, 'x'), false, "syslog");
+    ASSERT_EQ(syslog.lines().size(), 1u);
+    const std::string head = "Error opening ORB log file [/";
+    EXPECT_EQ(syslog.lines()[0].text, head + std::string(4095 - head.size(), 'x'));
+}
+
 TEST_F(LoggerTest, DebugFileHasNoDirectoriesOfItsOwnUnderASystemLog) {
     Logger &logger = under("Info", "syslog", true, DEBUG_LOG);
     ASSERT_EQ(syslog.lines().size(), 1u);
