@@ -19,13 +19,15 @@ constexpr mode_t OWNER_ONLY = S_IRUSR | S_IWUSR;
 
 using FileBuffer = __gnu_cxx::stdio_filebuf<char>;
 
-/// Opens a regular file. @return the descriptor, or -1 with errno, ELOOP for a link or pipe
+/// Opens a regular file. @return the descriptor, or -1 with errno, ELOOP for a link of either kind
+/// or a pipe
 int open_regular(const std::string &path, int flags) {
     // Without O_NONBLOCK a pipe put there would hold up the caller until somebody writes to it.
     const int fd = ::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, OWNER_ONLY);
     if (fd < 0) return -1;
     struct stat status = {};
-    if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) return fd;
+    // A file of a second name is somebody else's: what is written here would change it there.
+    if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink <= 1) return fd;
     ::close(fd);
     errno = ELOOP;
     return -1;

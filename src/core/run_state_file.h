@@ -8,7 +8,7 @@
 
 /// The run-state file: lines of a key, one blank and seconds since the epoch, in any order. It
 /// tells the next start how this run ended. Its folder is open to every user of the host: files are
-/// made for their owner alone, and neither link nor pipe at their place is followed.
+/// made for their owner alone, and no link, symbolic or hard, nor pipe at their place is followed.
 
 /// Path of the run-state file on the host, "/var/tmp/vantorORBStartup.txt": the name follows the
 /// directory's text without a separator. Implemented with the job manager, which knows the

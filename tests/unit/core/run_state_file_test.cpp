@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <limits>
+#include <optional>
 #include <sstream>
 #include <string>
 
@@ -292,6 +293,26 @@ TEST_F(RunStateFile, EnsureReplacesALink) {
     link(FILE_PATH);
     EXPECT_TRUE(ensure_private_file(root.map(FILE_PATH)));
     EXPECT_TRUE(S_ISREG(modeOf(FILE_PATH)));
+    EXPECT_EQ(root.read(SECRET_PATH), "secret\n");
+}
+
+TEST_F(RunStateFile, HardLinkInTheFilesPlaceIsNeitherReadNorKept) {
+    root.write(SECRET_PATH, "current_start 1\n");
+    std::filesystem::create_hard_link(root.map(SECRET_PATH), root.map(FILE_PATH));
+    std::optional<std::int64_t> value;
+    EXPECT_FALSE(read_run_state("current_start", value));
+    EXPECT_EQ(rewrite_run_state("current_start", 7), -1);
+    EXPECT_TRUE(ensure_private_file(root.map(FILE_PATH)));
+    EXPECT_EQ(root.read(FILE_PATH), "");
+    EXPECT_EQ(root.read(SECRET_PATH), "current_start 1\n");
+}
+
+TEST_F(RunStateFile, HardLinkInTheTwinsPlaceIsReplaced) {
+    root.write(FILE_PATH, "current_start 1\n");
+    root.write(SECRET_PATH, "secret\n");
+    std::filesystem::create_hard_link(root.map(SECRET_PATH), root.map(TWIN_PATH));
+    EXPECT_EQ(rewrite_run_state("current_start", 7), 0);
+    EXPECT_EQ(root.read(FILE_PATH), "current_start 7\n");
     EXPECT_EQ(root.read(SECRET_PATH), "secret\n");
 }
 
