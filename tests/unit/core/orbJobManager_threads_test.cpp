@@ -152,6 +152,48 @@ TEST_F(JobThreads, AllEnabledRunAndStopInOrder) {
                                         "\ncurrent_start 0\n");
 }
 
+namespace {
+/// A process that notes at each join what the run-state file and the log say by then.
+class WatchingProcess final : public IorbHostProcess {
+public:
+    WatchingProcess(TemporaryRoot &hostRoot, LogFile &daemonLog)
+        : root(hostRoot), log(daemonLog), outer(replace(this)) {}
+    ~WatchingProcess() override { replace(outer); }
+    int createThread(pthread_t *out, void *(*entry)(void *), void *arg) override {
+        return outer->createThread(out, entry, arg);
+    }
+    int joinThread(pthread_t thread, const char *name) override {
+        const int rc = outer->joinThread(thread, name);
+        records.push_back(root.read(FILE_PATH));
+        farewells += log.count("INFO", JOB_MGR, "ORB Exiting Gracefully!");
+        return rc;
+    }
+    void writeStandardOutput(std::string_view text) override { outer->writeStandardOutput(text); }
+    [[noreturn]] void exitNow(int status) override { throw ProcessExit{status}; }
+    void raiseDefault(int signal) override { outer->raiseDefault(signal); }
+
+    Texts records;
+    int farewells = 0;
+
+private:
+    TemporaryRoot &root;
+    LogFile &log;
+    IorbHostProcess *outer;
+};
+} // namespace
+
+TEST_F(JobThreads, RecordAndFarewellComeAfterTheLastJoin) {
+    configure(R"("EnableResources": ["All"])");
+    EXPECT_EQ(start(), 1);
+    WatchingProcess watching(root, *log);
+    const std::string atStart = root.read(FILE_PATH);
+    stop();
+    EXPECT_EQ(watching.records, Texts(4, atStart));
+    EXPECT_EQ(watching.farewells, 0);
+    EXPECT_EQ(log->count("INFO", JOB_MGR, "ORB Exiting Gracefully!"), 1);
+    EXPECT_NE(root.read(FILE_PATH), atStart);
+}
+
 TEST_F(JobThreads, StartWritesTheRecordFirst) {
     configure(R"("EnableResources": ["All"])");
     process.failCreation(0, EAGAIN);
