@@ -5,9 +5,7 @@
 #include <netinet/in.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstring>
-#include <limits>
 #include <optional>
 
 #include <ext/stdio_filebuf.h>
@@ -174,8 +172,8 @@ void HostResourceManager::populateHostInfo() {
 void HostResourceManager::populateCollectionInfo() {
     const long minutes = orbConfig::getInstance()->getInventoryPushIntervalSettings();
     collectionInfo.setCollectionType("RemoteSupport");
-    collectionInfo.setCollectionFrequencyMin(static_cast<std::int32_t>(
-        std::min<long>(minutes, std::numeric_limits<std::int32_t>::max())));
+    // The RMC's number has 32 bits: of a longer interval the lower ones go out.
+    collectionInfo.setCollectionFrequencyMin(static_cast<std::int32_t>(minutes));
     collectionInfo.setLastCollection(orbUtils::getDateTime());
 }
 
@@ -311,7 +309,8 @@ void HostResourceManager::copyCurrentStartToLastStart() {
     ORB_LOG_DEBUG(HOST_RM, "After sending OS boots events, we can set current_start to last_start "
                            "otherwise it will happen during ORB shutdown. And in case of crash it "
                            "won't happen.");
-    // A daemon that is being stopped has written 0, and the value must not be lost to it.
+    // 0 is a clean stop's, where this run's start could not be recorded: the last_start beside it
+    // belongs to the run that stopped.
     if (value == 0) value.reset();
     (void)rewrite_run_state("last_start", value); // a failed rewrite keeps the file as it is
 }

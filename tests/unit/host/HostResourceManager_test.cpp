@@ -82,6 +82,12 @@ TEST(HostManagerConfigured, FrequencyIsThePushInterval) {
     EXPECT_EQ(world.object()["CollectionInfo"]["CollectionFrequencyMin"], Json::Value(2880));
 }
 
+TEST(HostManagerConfigured, LongFrequencyKeepsItsLower32Bits) {
+    HostWorld world(R"("PushInventoryFrequencyInMinutes": "6442450945")"); // 2^32 + 2^31 + 1
+    world.manager.cacheBuild();
+    EXPECT_EQ(world.object()["CollectionInfo"]["CollectionFrequencyMin"], Json::Value(-2147483647));
+}
+
 // -- Memory -------------------------------------------------------------------------------------
 
 struct MemoryCase {
