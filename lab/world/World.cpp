@@ -32,7 +32,9 @@ World::World(WORLD_SETTINGS wanted)
       root(std::filesystem::absolute(settings.outputFolder).lexically_normal() / "root"),
       outputs(settings.style),
       expectations(scenario.expect), logs{LogTail(root.path() + LAB_LOG_FILE),
-                                          LogTail(root.path() + LAB_DEBUG_LOG_FILE)} {}
+                                          LogTail(root.path() + LAB_DEBUG_LOG_FILE)} {
+    for (const SCENARIO_STEP &each : scenario.timeline) stepLogSeen.push_back(each.log.empty());
+}
 
 World::~World() {
     if (life > 0) {
@@ -286,6 +288,8 @@ void World::readLog() {
     for (LogTail &log : logs) {
         for (const std::string &line : log.newLines()) {
             expectations.logLine(line);
+            for (std::size_t i = step; i < scenario.timeline.size(); ++i)
+                if (line.find(scenario.timeline[i].log) != std::string::npos) stepLogSeen[i] = true;
             if (const auto text = progress.read(line)) outputs.progress(now(), *text);
         }
     }

@@ -123,6 +123,7 @@ private:
 
     std::size_t step = 0; // of the timeline
     std::optional<double> stepReady;
+    std::vector<bool> stepLogSeen; // by step: its text has come up in the log
     bool finishing = false, good = true;
     std::string reason;
     std::vector<std::string> faults, shownEvents, shownViolations;

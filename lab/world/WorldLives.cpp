@@ -186,7 +186,7 @@ void World::runTimeline() {
     while (!finishing && step < scenario.timeline.size()) {
         const SCENARIO_STEP &due = scenario.timeline[step];
         if (now() < due.at || expectations.inventories() < due.inventories ||
-            expectations.events() < due.events)
+            expectations.events() < due.events || !stepLogSeen[step])
             return;
         if (!stepReady) stepReady = now();
         if (now() < *stepReady + due.wait) return;

@@ -78,6 +78,8 @@ const BadCase BAD[] = {
      "timeline[0].do: must be a text"},
     {"StepTime", [](Json::Value &v) { v["timeline"][0]["at"] = -1; },
      "timeline[0].at: must be a number of seconds, 0 or more"},
+    {"StepLog", [](Json::Value &v) { v["timeline"][0]["log"] = 1; },
+     "timeline[0].log: must be a text"},
     {"StepKey", [](Json::Value &v) { v["timeline"][0]["after"] = 1; },
      "timeline[0].after: unknown key"},
     {"Event", [](Json::Value &v) { v["expect"]["events"][0] = "356"; },
