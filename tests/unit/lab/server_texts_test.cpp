@@ -85,7 +85,7 @@ TEST(SmbiosTable, IsCutBehindAWholeStructure) {
     const auto bytes = smbios_table(machine);
     EXPECT_LE(bytes.size(), 65535u);
     EXPECT_GT(bytes.size(), 65000u);
-    const std::size_t length = bytes[0x16] | bytes[0x17] << 8;
+    const auto length = static_cast<std::size_t>(bytes[0x16] | bytes[0x17] << 8);
     EXPECT_EQ(length, bytes.size() - 0x1F);
     EXPECT_EQ(bytes[bytes.size() - 6], 127);
 }
