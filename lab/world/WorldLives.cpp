@@ -1,5 +1,6 @@
 // The daemon's lives, and what the timeline and commands do to them and to the server.
 
+#include <fcntl.h>
 #include <sys/sysinfo.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
@@ -29,10 +30,14 @@ std::string ending_of(int status) {
     return format_text("ended with status %d", WEXITSTATUS(status));
 }
 
+/// Runs a program to its end with nothing shown. @return whether it ended well
 bool run_program(const std::string &program, const std::vector<std::string> &arguments) {
     const pid_t pid = ::fork();
     if (pid < 0) return false;
     if (pid == 0) {
+        const int none = ::open("/dev/null", O_RDWR);
+        for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
+            if (none >= 0) ::dup2(none, stream);
         std::vector<char *> words{const_cast<char *>(program.c_str())};
         for (const std::string &each : arguments) words.push_back(const_cast<char *>(each.c_str()));
         words.push_back(nullptr);

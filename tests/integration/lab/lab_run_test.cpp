@@ -273,6 +273,7 @@ TEST(LabRuns, CrashedDaemonLeavesItsStart) {
 TEST(LabRuns, LinuxHostNamesThisMachine) {
     LabRun lab;
     ASSERT_EQ(lab.run({"--once", "--speed", FAST, "--host", "linux"}), 0) << lab.err();
+    EXPECT_EQ(lab.err(), "");
     Json::Value inventory;
     ASSERT_TRUE(parse_json(lab.read("inventory.json"), inventory));
     const Json::Value &host = inventory["HostDataCollection"]["Oem"]["HostOSInfo"];
