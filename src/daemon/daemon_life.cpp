@@ -5,10 +5,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include <climits>
-#include <cstdlib>
 #include <exception>
-#include <filesystem>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -18,6 +15,7 @@
 #include "core/orbConfig.h"
 #include "core/orbJobManager.h"
 #include "core/orbUtils.h"
+#include "daemon/command_path.h"
 #include "daemon/daemon_signals.h"
 #include "daemon/daemon_texts.h"
 #include "daemon/daemon_time.h"
@@ -37,7 +35,6 @@ namespace {
 using CPlusPlusLogging::Logger;
 
 constexpr char SYSLOG_IDENT[] = "orb";
-constexpr char DEFAULT_PATH[] = "/usr/sbin:/usr/bin:/sbin:/bin";
 constexpr std::int64_t LOG_CHECK_MS = 60 * 1000;
 constexpr mode_t NO_WRITE_BY_OTHERS = 022;
 
@@ -148,24 +145,11 @@ void prepare_host_facts() {
     (void)orbSystemInterfaceFactory::getSystemInterface()->populateHardwarePCIDetails();
 }
 
-void append_libexec_to_path() {
-    char program[PATH_MAX];
-    const ssize_t length = ::readlink("/proc/self/exe", program, sizeof program);
-    if (length <= 0 || length == static_cast<ssize_t>(sizeof program)) return;
-    const std::filesystem::path file(std::string(program, static_cast<std::size_t>(length)));
-    const std::filesystem::path commands = file.parent_path().parent_path() / "libexec";
-    std::error_code ignored;
-    if (!std::filesystem::is_directory(commands, ignored)) return;
-    const char *const path = std::getenv("PATH");
-    const std::string former = path != nullptr && *path != '\0' ? path : DEFAULT_PATH;
-    ::setenv("PATH", (former + ":" + commands.string()).c_str(), 1);
-}
-
 int run_daemon(const ORB_DAEMON_OPTIONS &options) {
     occupy_standard_streams();
     block_signals();
     ::umask(NO_WRITE_BY_OTHERS);
-    append_libexec_to_path();
+    append_commands_to_path(own_program());
 
     orbPidFile pidFile;
     if (std::string why; !pidFile.take(why)) {

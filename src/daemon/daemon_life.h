@@ -22,7 +22,3 @@ const orbConfig *read_config(std::string &fault);
 
 /// The start steps that the managers' caches rely on: SMBIOS reader, GeoID map, PCI list.
 void prepare_host_facts();
-
-/// Appends the host commands that came with the daemon to the end of PATH, so that the host's own
-/// win. Call before other threads run.
-void append_libexec_to_path();

@@ -14,6 +14,7 @@
 #include "core/orbFactory.h"
 #include "core/orbResourceManager.h"
 #include "core/orbThread.h"
+#include "daemon/command_path.h"
 #include "daemon/daemon_life.h"
 #include "daemon/daemon_signals.h"
 #include "daemon/daemon_texts.h"
@@ -70,7 +71,7 @@ std::string indented_json(const Json::Value &value) {
 
 int print_inventory(bool compact) {
     block_signals();
-    append_libexec_to_path();
+    append_commands_to_path(own_program());
     orbPrivateHost host;
     if (std::string fault; !host.make(fault)) {
         print_error("print the inventory", fault);

@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "fakes/TemporaryRoot.h"
+
 namespace {
 struct Answer {
     int status;
@@ -91,6 +93,29 @@ TEST(Installed, ProgramAnswersWithoutAHost) {
     EXPECT_EQ(wrong.output, "orbd: --frob: no such option, or not unique (see orbd --help)\n");
     const Answer check = run(ORBD_PROGRAM " --check-config " ORB_SOURCE_DIR "/packaging/orb.conf");
     EXPECT_EQ(check.status, 0) << check.output;
+}
+
+TEST(Installed, TreeHoldsEverythingAndRunsWhereItLies) {
+    const TemporaryRoot staging;
+    const Answer installation =
+        run("DESTDIR='" + staging.path() + "' cmake --install " ORB_BINARY_DIR);
+    ASSERT_EQ(installation.status, 0) << installation.output;
+    for (const char *file :
+         {"/opt/vantor/orb/bin/orbd", "/opt/vantor/orb/bin/orblab",
+          "/opt/vantor/orb/libexec/localcli", "/opt/vantor/orb/libexec/esxtop",
+          "/opt/vantor/orb/libexec/orb-smbios-image", "/opt/vantor/orb/data/esxtopconf",
+          "/opt/vantor/orb/log", "/opt/vantor/orb/share/schema/config.schema.json",
+          "/opt/vantor/orb/share/scenarios/first-generation.json",
+          "/etc/config/vantor/orb/orb.conf", "/etc/config/vantor/orb/hba.conf",
+          "/lib/systemd/system/orb.service", "/usr/share/man/man8/orbd.8",
+          "/usr/share/man/man5/orb.conf.5", "/usr/share/bash-completion/completions/orbd"})
+        EXPECT_TRUE(staging.exists(file)) << file;
+    const Answer version = run("'" + staging.path() + "/opt/vantor/orb/bin/orbd' --version");
+    EXPECT_EQ(version.status, 0) << version.output;
+    const Answer loaded = run("ldd '" + staging.path() + "/opt/vantor/orb/bin/orbd'");
+    EXPECT_NE(loaded.output.find(staging.path() + "/opt/vantor/orb/bin/../lib/liborb.so"),
+              std::string::npos)
+        << loaded.output;
 }
 
 TEST(Installed, OutputThatCannotBeWrittenIsAFailure) {
