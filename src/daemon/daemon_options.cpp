@@ -5,6 +5,8 @@
 #include <charconv>
 #include <cstring>
 
+#include "core/format_text.h"
+
 const char DAEMON_HELP[] =
     "Usage: orbd [--foreground] [--stop-timeout N]\n"
     "       orbd --print-inventory [--compact]\n"
@@ -64,10 +66,13 @@ bool parse_options(int argc, char **argv, ORB_DAEMON_OPTIONS &out, std::string &
             fault = std::string(given) + ": a value is missing";
             return false;
         case '?':
-            fault = optopt >= COMPACT ? std::string(given) + ": takes no value"
-                    : optopt != 0
-                        ? std::string("-") + static_cast<char>(optopt) + ": no such option"
-                        : std::string(given) + ": no such option, or not unique";
+            if (optopt == 0) {
+                fault = std::string(given) + ": no such option, or not unique";
+            } else if (optopt >= COMPACT) {
+                fault = std::string(given) + ": takes no value";
+            } else {
+                fault = format_text("-%c: no such option", optopt);
+            }
             return false;
         case COMPACT:
             out.compact = true;
