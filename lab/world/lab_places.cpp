@@ -11,7 +11,7 @@ LAB_PLACES find_lab_places_beside(const std::string &executable, const std::stri
     const fs::path prefix = fs::path(executable).parent_path().parent_path();
     if (fs::is_directory(prefix / "share/scenarios", failure)) {
         places.scenarios = prefix / "share/scenarios";
-        places.schemas = prefix / "share/schema";
+        places.schemas = prefix / "share/schemas";
         places.commands = prefix / "lib/lab/commands";
         places.vendor = prefix / "lib/lab";
         places.libexec = prefix / "libexec";

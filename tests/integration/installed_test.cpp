@@ -104,7 +104,7 @@ TEST(Installed, TreeHoldsEverythingAndRunsWhereItLies) {
          {"/opt/vantor/orb/bin/orbd", "/opt/vantor/orb/bin/orblab",
           "/opt/vantor/orb/libexec/localcli", "/opt/vantor/orb/libexec/esxtop",
           "/opt/vantor/orb/libexec/orb-smbios-image", "/opt/vantor/orb/data/esxtopconf",
-          "/opt/vantor/orb/log", "/opt/vantor/orb/share/schema/config.schema.json",
+          "/opt/vantor/orb/log", "/opt/vantor/orb/share/schemas/config.schema.json",
           "/opt/vantor/orb/share/scenarios/first-generation.json",
           "/etc/config/vantor/orb/orb.conf", "/etc/config/vantor/orb/hba.conf",
           "/lib/systemd/system/orb.service", "/usr/share/man/man8/orbd.8",

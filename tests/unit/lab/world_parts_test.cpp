@@ -217,7 +217,7 @@ TEST(LabPlaces, BuildTreeInstallationAndOwnData) {
     const std::string prefix = below("/opt/vantor/orb");
     LAB_PLACES places = find_lab_places_beside(prefix + "/bin/orblab", "");
     EXPECT_EQ(places.scenarios, prefix + "/share/scenarios");
-    EXPECT_EQ(places.schemas, prefix + "/share/schema");
+    EXPECT_EQ(places.schemas, prefix + "/share/schemas");
     EXPECT_EQ(places.commands, prefix + "/lib/lab/commands");
     EXPECT_EQ(places.vendor, prefix + "/lib/lab");
     EXPECT_EQ(places.libexec, prefix + "/libexec");
