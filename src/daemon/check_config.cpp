@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <fstream>
+#include <sstream>
 #include <string_view>
 #include <vector>
 
@@ -15,11 +16,13 @@
 
 namespace {
 constexpr std::size_t COLUMNS = 5;
-constexpr std::size_t WIDEST_CELL = 48; // bytes; a longer text of the file is cut
+constexpr std::size_t WIDEST_CELL = 48;  // bytes; a longer text of the file is cut
+constexpr std::size_t WIDEST_LINE = 160; // bytes, of the parser's words
+constexpr int PARSER_LINES = 6;
 using Row = std::array<std::string, COLUMNS>;
 
 /// A text from outside as one harmless cell.
-std::string cell(std::string_view text) {
+std::string cell(std::string_view text, std::size_t widest = WIDEST_CELL) {
     std::string out;
     for (const char letter : text) {
         const auto byte = static_cast<unsigned char>(letter);
@@ -30,9 +33,9 @@ std::string cell(std::string_view text) {
             std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned>(byte));
             out += escaped;
         }
-        if (out.size() > WIDEST_CELL) {
+        if (out.size() > widest) {
             // Not within a letter of several bytes.
-            std::size_t end = WIDEST_CELL - 3;
+            std::size_t end = widest - 3;
             while (end > 0 && (static_cast<unsigned char>(out[end]) & 0xC0) == 0x80) --end;
             return out.substr(0, end) + "...";
         }
@@ -63,6 +66,15 @@ std::string table_text(const std::vector<Row> &rows) {
     return text;
 }
 
+/// What the parser says, which may be long for a file that is no text.
+std::string first_lines(const std::string &text) {
+    std::istringstream in(text);
+    std::string out, line;
+    for (int left = PARSER_LINES; left > 0 && std::getline(in, line); --left)
+        out += cell(line, WIDEST_LINE) + "\n";
+    return out;
+}
+
 std::string file_text(const std::string &path, const ORB_CONFIG_TRACE &trace) {
     switch (trace.fileVerdict) {
     case ORB_CONFIG_FILE_USED:
@@ -71,7 +83,7 @@ std::string file_text(const std::string &path, const ORB_CONFIG_TRACE &trace) {
         return path + " keeps the daemon from starting: it " + cell(trace.fileReason) + ".\n";
     case ORB_CONFIG_FILE_UNPARSABLE:
         return path + " is not used, the built-in defaults are: it is not valid JSON.\n" +
-               trace.fileReason + (trace.fileReason.ends_with('\n') ? "" : "\n");
+               first_lines(trace.fileReason);
     case ORB_CONFIG_FILE_MISSING:
     case ORB_CONFIG_FILE_TOO_FEW:
         break;
