@@ -43,3 +43,5 @@ void decodeThreeTypes(benchmark::State &state) {
 }
 BENCHMARK(decodeThreeTypes)->Unit(benchmark::kMicrosecond);
 } // namespace
+
+BENCHMARK_MAIN();
