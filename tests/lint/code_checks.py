@@ -117,6 +117,23 @@ def absolute_paths(tree):
                        "asking where it lies")
 
 
+# Calls that make a descriptor, by their global names.
+DESCRIPTOR_CALL = re.compile(
+    r"(?<![\w.>:])::(open|openat|pipe|pipe2|socket|socketpair|accept|accept4|mkstemp|mkostemp"
+    r"|eventfd|epoll_create1|inotify_init1|memfd_create|signalfd|timerfd_create|dup)"
+    r"\s*(\([^;{}]*)")
+
+
+def close_on_exec(tree):
+    """No descriptor is left to the host's commands; the null device may be: it is nothing."""
+    for path in tree.files("src/*.h", "src/*.cpp"):
+        clean = without_comments(tree.text(path))
+        for match in DESCRIPTOR_CALL.finditer(clean):
+            if "_CLOEXEC" not in match.group(2) and '"/dev/null"' not in match.group(2):
+                yield (f"{path}:{line_of(clean, match.start(1))}: {match.group(1)}() leaves its "
+                       "descriptor to commands")
+
+
 # In pieces, so that this file is no finding of its own.
 IDLE_TESTS = [
     (re.compile(r"\b(?:sleep|usleep|nanosleep|sleep_for|sleep_until)\s*\("), "sleeps"),

@@ -18,8 +18,9 @@ CHECKS = {
     function.__name__: function
     for function in (
         code_checks.floors, code_checks.own_header_first, code_checks.raw_calls,
-        code_checks.absolute_paths, code_checks.honest_tests, code_checks.headers_tested,
-        code_checks.file_length, code_checks.fuzz_corpora, document_checks.markdown_links,
+        code_checks.absolute_paths, code_checks.close_on_exec, code_checks.honest_tests,
+        code_checks.headers_tested, code_checks.file_length, code_checks.fuzz_corpora,
+        document_checks.markdown_links,
         document_checks.folder_readmes, document_checks.json_files, document_checks.schemas,
         document_checks.versions, document_checks.man_pages, document_checks.service_unit,
         document_checks.documented_options, tool_checks.formatting, tool_checks.shell_scripts,

@@ -48,6 +48,15 @@ CASES = [
     (code_checks.absolute_paths, "mapped", {
         "src/fc/a.cpp": 'FILE *f = fopen(get().map("/etc/x").c_str(), "r");\n'}, 0),
     (code_checks.absolute_paths, "a name", {"src/fc/a.h": 'constexpr char A[] = "/etc/x";\n'}, 0),
+    (code_checks.close_on_exec, "left open", {"src/fc/a.cpp": "int d = ::open(p, O_RDONLY);\n"}, 1),
+    (code_checks.close_on_exec, "closed", {
+        "src/fc/a.cpp": "int d = ::open(p,\n               O_RDONLY | O_CLOEXEC);\n"}, 0),
+    (code_checks.close_on_exec, "a pipe", {"src/client/a.cpp": "int r = ::pipe(ends);\n"}, 1),
+    (code_checks.close_on_exec, "said in a comment", {
+        "src/fc/a.cpp": "int d = ::socket(a, b, c); // SOCK_CLOEXEC\n"}, 1),
+    (code_checks.close_on_exec, "null device", {
+        "src/daemon/a.cpp": 'int d = ::open("/dev/null", O_RDWR);\n'}, 0),
+    (code_checks.close_on_exec, "a member", {"src/fc/a.cpp": "bool orbPipe::open() {}\n"}, 0),
     (code_checks.honest_tests, "sleeping", {
         "tests/unit/a_test.cpp": "std::this_thread::sleep_for(1s);\n"}, 1),
     (code_checks.honest_tests, "virtual time", {
