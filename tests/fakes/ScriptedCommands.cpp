@@ -5,6 +5,11 @@
 
 #include <gtest/gtest.h>
 
+ScriptedCommands::~ScriptedCommands() {
+    replace(outer);
+    EXPECT_EQ(answersOut, 0) << "a command's output was left open";
+}
+
 void ScriptedCommands::onSystem(const std::string &line, ORB_COMMAND_RESULT result,
                                 std::function<void()> action) {
     const std::lock_guard<std::mutex> lock(mutex);
@@ -61,9 +66,12 @@ std::FILE *ScriptedCommands::popen(const std::string &line, int *err) {
     }
     std::fwrite(found->second.output.data(), 1, found->second.output.size(), stream);
     std::rewind(stream);
+    ++answersOut;
     return stream;
 }
 
 int ScriptedCommands::pclose(std::FILE *stream) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    --answersOut;
     return std::fclose(stream);
 }

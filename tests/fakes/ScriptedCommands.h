@@ -9,11 +9,12 @@
 #include "hostaccess/orbHostCommands.h"
 
 /// Answers shell lines by their exact text, in any order and as often as they come. A line that
-/// nobody announced fails the test. No shell is ever started.
+/// nobody announced fails the test, and so does an answer that is never closed. No shell is ever
+/// started.
 class ScriptedCommands final : public IorbHostCommands {
 public:
     ScriptedCommands() : outer(replace(this)) {}
-    ~ScriptedCommands() override { replace(outer); }
+    ~ScriptedCommands() override;
     ScriptedCommands(const ScriptedCommands &) = delete;
     ScriptedCommands &operator=(const ScriptedCommands &) = delete;
 
@@ -45,5 +46,6 @@ private:
     std::map<std::string, SystemAnswer> systemAnswers;
     std::map<std::string, PopenAnswer> popenAnswers;
     std::vector<std::string> lines;
+    int answersOut = 0; // opened and not yet closed
     IorbHostCommands *outer;
 };
