@@ -83,6 +83,16 @@ TEST_F(LogRotation, CopiesTheWholeLogAndLinksTheNewBackupDirectory) {
     EXPECT_TRUE(syslog.lines().empty());
 }
 
+TEST_F(LogRotation, BackupDirectoryThatIsThereIsNotLinkedAgain) {
+    swallow(MAIN_BACKUP);
+    Logger::loggerInit();
+    ASSERT_TRUE(std::filesystem::remove(root.map(std::string(LINKS) + "/backup_log")));
+    grow(LogFile::MAIN, LARGEST + 1);
+    EXPECT_TRUE(rotate(LogFile::MAIN));
+    EXPECT_FALSE(std::filesystem::exists(
+        std::filesystem::symlink_status(root.map(std::string(LINKS) + "/backup_log"))));
+}
+
 TEST_F(LogRotation, LaterRotationOfTheMonthTakesTheSameName) {
     swallow(MAIN_BACKUP);
     Logger::loggerInit();

@@ -286,13 +286,19 @@ protected:
 };
 } // namespace
 
-TEST_F(Simulation, OtherNumbersDoNothing) {
-    configure("9");
+namespace {
+class NoSimulation : public Simulation, public ::testing::WithParamInterface<const char *> {};
+} // namespace
+
+TEST_P(NoSimulation, OtherNumbersDoNothing) {
+    configure(GetParam());
     FakeProcess process;
     simulateUnhandledExceptions();
     EXPECT_EQ(process.raised(), 0);
     EXPECT_EQ(log->countHolding("DEBUG", JOB_MGR, "Simulating"), 0);
 }
+INSTANTIATE_TEST_SUITE_P(Numbers, NoSimulation,
+                         ::testing::Values("1", "5", "7", "10", "12", "611"));
 
 TEST_F(Simulation, ElevenLogsAndRaisesSegv) {
     configure("11");

@@ -261,6 +261,15 @@ TEST_P(CreationFailure, EndsTheStartAndLeavesTheOthersRunning) {
 INSTANTIATE_TEST_SUITE_P(Threads, CreationFailure, ::testing::ValuesIn(FAILURE_CASES),
                          [](const auto &row) { return std::string(row.param.name); });
 
+TEST_F(JobThreads, ResultsAreThoseOfTheLastStart) {
+    configure(R"("EnableResources": ["HostOSInfo"])");
+    EXPECT_EQ(start(), 1);
+    stop();
+    process.failCreation(0, EAGAIN);
+    EXPECT_EQ(start(), 0);
+    EXPECT_EQ(results(), (std::vector<std::int32_t>{EAGAIN, -1, -1, -1, -1, -1, -1}));
+}
+
 // -- Fault injection at the start ---------------------------------------------------------------
 
 namespace {
