@@ -100,6 +100,7 @@ int NotedProcess::createThread(pthread_t *out, void *(*entry)(void *), void *arg
 int NotedProcess::joinThread(pthread_t thread, const char *name) {
     const int rc = inner->joinThread(thread, name);
     if (std::string_view(name) != "signal guard") note_in_log(std::string("joined ") + name);
+    if (onJoined) onJoined(name);
     return rc;
 }
 

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -43,6 +44,7 @@ public:
     ~NotedProcess() override { replace(inner); }
 
     int failFrom = -1; ///< creations from this one on fail; 0 is the first
+    std::function<void(std::string_view name)> onJoined; ///< called behind each join
 
     int createThread(pthread_t *out, void *(*entry)(void *), void *arg) override;
     int joinThread(pthread_t thread, const char *name) override;

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -55,6 +56,17 @@ TEST(DaemonLife, StopsInOrder) {
                      "TEST: joined FibreChannelDevices", "JOB_MGR: ORB Exiting Gracefully!"}));
     EXPECT_FALSE(host.root.exists(DaemonRun::PCI_LIST));
     EXPECT_FALSE(host.root.exists(DaemonRun::PID_FILE));
+}
+
+TEST(DaemonLife, PciListOutlivesTheLastManager) {
+    DaemonRun host;
+    host.process.onJoined = [&host](std::string_view name) {
+        if (name == "FibreChannelDevices" && host.root.exists(DaemonRun::PCI_LIST))
+            host.root.write("/list-was-there", "");
+    };
+    EXPECT_EQ(stop(host, host.start({"--foreground"})), 0) << host.errors();
+    EXPECT_TRUE(host.root.exists("/list-was-there"));
+    EXPECT_FALSE(host.root.exists(DaemonRun::PCI_LIST));
 }
 
 TEST(DaemonLife, CleanStopLeavesItsRecord) {
