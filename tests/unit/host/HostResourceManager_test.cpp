@@ -1,5 +1,8 @@
 #include "host/HostResourceManager.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <string>
 #include <vector>
@@ -34,6 +37,13 @@ TEST_F(HostManager, BuildDescribesTheHost) {
         R"("OSDescription":"Linux orb-host-01 6.1.0 #1 SMP 2026-01-01 x86_64",)"
         R"("OSMemorySummary":{"TotalFreeSystemMemoryGiB":1.0,"TotalSystemMemoryGiB":64.0},)"
         R"("OSName":"VMwareESXi","OSType":104,"OSVersion":"8.0.2"}})");
+}
+
+TEST_F(HostManager, BuildAsksNameThenVersionThenMemory) {
+    manager.cacheBuild();
+    EXPECT_EQ(world.commands.calls(),
+              (Texts{"localcli system version get | grep -i Product",
+                     "localcli system version get | grep -i Version:", world.esxtopLine()}));
 }
 
 TEST_F(HostManager, BuildFillsTheInventory) {
@@ -121,6 +131,18 @@ TEST_F(HostManager, ScratchFileIsRemovedAfterReading) {
     manager.cacheBuild();
     EXPECT_FALSE(world.root.exists(HostWorld::SCRATCH));
     EXPECT_EQ(world.log.countHolding("ERROR", TAG, ""), 0);
+}
+
+TEST_F(HostManager, BuildLeavesNoDescriptorOpen) {
+    const auto next = [] {
+        const int fd = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        ::close(fd);
+        return fd;
+    };
+    manager.cacheBuild(); // opens what stays open, such as the log
+    const int before = next();
+    manager.cacheBuild();
+    EXPECT_EQ(next(), before);
 }
 
 TEST_F(HostManager, LeftOverScratchFileIsReadFirst) {
