@@ -7,7 +7,7 @@
 
 ScriptedCommands::~ScriptedCommands() {
     replace(outer);
-    EXPECT_EQ(answersOut, 0) << "a command's output was left open";
+    EXPECT_TRUE(streams.empty()) << "a command's output was left open";
 }
 
 void ScriptedCommands::onSystem(const std::string &line, ORB_COMMAND_RESULT result,
@@ -16,14 +16,14 @@ void ScriptedCommands::onSystem(const std::string &line, ORB_COMMAND_RESULT resu
     systemAnswers[line] = {result, std::move(action)};
 }
 
-void ScriptedCommands::onPopen(const std::string &line, const std::string &output) {
+void ScriptedCommands::onPopen(const std::string &line, const std::string &output, int status) {
     const std::lock_guard<std::mutex> lock(mutex);
-    popenAnswers[line] = {output, 0};
+    popenAnswers[line] = {output, 0, status};
 }
 
 void ScriptedCommands::failPopen(const std::string &line, int errorNumber) {
     const std::lock_guard<std::mutex> lock(mutex);
-    popenAnswers[line] = {"", errorNumber};
+    popenAnswers[line] = {"", errorNumber, 0};
 }
 
 std::vector<std::string> ScriptedCommands::calls() const {
@@ -66,12 +66,18 @@ std::FILE *ScriptedCommands::popen(const std::string &line, int *err) {
     }
     std::fwrite(found->second.output.data(), 1, found->second.output.size(), stream);
     std::rewind(stream);
-    ++answersOut;
+    streams[stream] = found->second.status;
     return stream;
 }
 
 int ScriptedCommands::pclose(std::FILE *stream) {
     const std::lock_guard<std::mutex> lock(mutex);
-    --answersOut;
-    return std::fclose(stream);
+    const auto found = streams.find(stream);
+    if (found == streams.end()) {
+        ADD_FAILURE() << "not the output of a command, or closed before";
+        return -1;
+    }
+    const int status = found->second;
+    streams.erase(found);
+    return std::fclose(stream) == 0 ? status : -1;
 }

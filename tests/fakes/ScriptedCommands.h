@@ -21,8 +21,8 @@ public:
     /// The answer to a system() line. @param action  done before the answer, such as writing a file
     void onSystem(const std::string &line, ORB_COMMAND_RESULT result,
                   std::function<void()> action = {});
-    /// The output of a popen() line.
-    void onPopen(const std::string &line, const std::string &output);
+    /// The output of a popen() line. @param status  what pclose() gives for it
+    void onPopen(const std::string &line, const std::string &output, int status = 0);
     /// A popen() line that can't be started.
     void failPopen(const std::string &line, int errorNumber);
 
@@ -40,12 +40,13 @@ private:
     struct PopenAnswer {
         std::string output;
         int err;
+        int status;
     };
 
     mutable std::mutex mutex; // guards all below
     std::map<std::string, SystemAnswer> systemAnswers;
     std::map<std::string, PopenAnswer> popenAnswers;
+    std::map<std::FILE *, int> streams; // opened and not closed, with their status
     std::vector<std::string> lines;
-    int answersOut = 0; // opened and not yet closed
     IorbHostCommands *outer;
 };

@@ -1,7 +1,6 @@
 #include "fakes/VirtualClock.h"
 
 #include <chrono>
-#include <vector>
 
 VirtualClock::VirtualClock(std::time_t start) : nowMs(std::int64_t{start} * 1000) {
     outer = replace(this);
@@ -25,6 +24,25 @@ void VirtualClock::advanceMs(std::int64_t durationMs) {
         moved.notify_all();
         parkedChanged.notify_all();
     }
+    notify(due);
+}
+
+void VirtualClock::wakeForNothing() {
+    std::vector<Waiter> due;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        for (Waiter &waiter : waiters) {
+            if (waiter.due || waiter.cond == nullptr) continue;
+            waiter.due = true;
+            --parked;
+            due.push_back(waiter);
+        }
+        parkedChanged.notify_all();
+    }
+    notify(due);
+}
+
+void VirtualClock::notify(const std::vector<Waiter> &due) {
     // A waiter holds its mutex from its entry until it really waits, so taking the mutex here makes
     // sure that the notification finds it waiting.
     for (const Waiter &waiter : due) {

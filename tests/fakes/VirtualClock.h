@@ -5,6 +5,7 @@
 #include <ctime>
 #include <list>
 #include <mutex>
+#include <vector>
 
 #include "hostaccess/orbHostClock.h"
 
@@ -26,6 +27,8 @@ public:
     /// Waits until `count` threads sleep or wait on this clock. One whose time has come counts no
     /// longer from advance() on, even before it runs. False after 10 real seconds.
     bool waitForParked(int count);
+    /// Wakes all timed waits, but no sleeps, though nobody asked for it and no time has passed.
+    void wakeForNothing();
     /// From now on realTime() fails with this errno; 0 mends it.
     void failRealTime(int errorNumber);
     /// Sleeps end at once and move the clock themselves: for tests of one thread.
@@ -44,10 +47,11 @@ private:
         std::condition_variable *cond; // null for a sleeper
         std::mutex *mutex;             // the caller's, held when it was entered here
         std::int64_t deadlineMs;
-        bool due; // its time has come; it leaves as soon as it runs
+        bool due; // it has been woken; it leaves as soon as it runs
     };
 
     std::list<Waiter>::iterator park(const Waiter &waiter); // `mutex` held
+    static void notify(const std::vector<Waiter> &due);     // `mutex` not held
 
     mutable std::mutex mutex; // guards all below; never held while a waiter's mutex is taken
     std::condition_variable parkedChanged;

@@ -111,6 +111,28 @@ TEST_F(HostLoop, SixtySecondsAfterAnotherBuildItBuilds) {
     EXPECT_EQ(world.builds(), 3);
 }
 
+TEST_F(HostLoop, LongBuildOfAnotherCountsFromItsEnd) {
+    startAndWait();
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [this] { world.clock.advance(30); });
+    world.manager.cacheBuild(); // from 60 to 30 seconds before the loop's deadline
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"));
+    world.clock.advance(30);
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.builds(), 2);
+}
+
+TEST_F(HostLoop, WakeUpThatNobodyAskedForBuildsNothing) {
+    startAndWait();
+    for (int i = 0; i < 3; ++i) {
+        world.clock.wakeForNothing();
+        ASSERT_TRUE(world.clock.waitForParked(1));
+    }
+    EXPECT_EQ(world.builds(), 1);
+    world.clock.advance(60);
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.builds(), 2);
+}
+
 TEST_F(HostLoop, LongBuildCountsFromItsEnd) {
     startAndWait();
     world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [this] { world.clock.advance(300); });
@@ -233,6 +255,35 @@ TEST_F(HostLoop, RunsAgainWhenTheBuildEndsWithinNineSeconds) {
     asker.join();
     EXPECT_TRUE(running);
     EXPECT_EQ(world.log.countHolding("WARNING", TAG, "retryCount"), 1);
+}
+
+TEST_F(HostLoop, InventoryIsEmptyDuringALaterBuildToo) {
+    startAndWait();
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    world.clock.advance(60);
+    inBuild.waitForArrival();
+    bool running = false;
+    std::thread asker([&] { running = world.manager.isRunning(); });
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    EXPECT_EQ(world.log.count("WARNING", TAG,
+                              "_cacheBuildInProgress = 1,HostInventory.size() =0,retryCount =0"),
+              1);
+    inBuild.letGo();
+    ASSERT_TRUE(world.clock.waitForParked(2)); // the asker's sleep, the loop's wait
+    world.clock.advance(3);
+    asker.join();
+    EXPECT_TRUE(running);
+}
+
+TEST_F(HostLoop, BuildRunsWhileSomebodyAsksWhetherItRuns) {
+    bool running = false;
+    std::thread asker([&] { running = world.manager.isRunning(); });
+    ASSERT_TRUE(world.clock.waitForParked(1)); // asleep after the first look
+    world.manager.cacheBuild();
+    EXPECT_EQ(world.builds(), 1);
+    world.clock.advance(3);
+    asker.join();
+    EXPECT_TRUE(running);
 }
 
 TEST_F(HostLoop, ReadersAtOnceWithManyBuilds) {

@@ -40,6 +40,11 @@ TEST_F(OsInterface, CommandThatCannotStartIsAFailure) {
     EXPECT_FALSE(root.exists(LIST));
 }
 
+TEST_F(OsInterface, CommandThatFailsIsNoFailure) {
+    commands.onPopen(line(), "", 127 << 8);
+    EXPECT_EQ(system->populateHardwarePCIDetails(), 0);
+}
+
 TEST_F(OsInterface, InitializeDoesNothing) {
     system->Initialize();
     EXPECT_TRUE(commands.calls().empty());

@@ -82,6 +82,27 @@ TEST(DoorBell, IntervalOfSixtyGivesOnePollAMinute) {
     }
 }
 
+TEST(DoorBell, HugeIntervalIsNever) {
+    Running run({}, R"("IPMIDoorBellMonitorInterval": "9223372036854775807")");
+    run.start();
+    run.pass(100L * 365 * 24 * 3600);
+    EXPECT_EQ(run.polls(), 0u);
+}
+
+TEST(DoorBell, WakeUpThatNobodyAskedForPollsNothing) {
+    Running run;
+    run.start();
+    ASSERT_TRUE(run.clock.waitForParked(1));
+    for (int i = 0; i < 3; ++i) {
+        run.clock.wakeForNothing();
+        ASSERT_TRUE(run.clock.waitForParked(1));
+    }
+    EXPECT_EQ(run.polls(), 0u);
+    EXPECT_EQ(run.log.count("DEBUG", "IPMI_DB", "DB service thread up."), 0);
+    run.pass(10);
+    EXPECT_EQ(run.polls(), 1u);
+}
+
 TEST(DoorBell, WishAnywhereInTheTextAsksForOneSend) {
     Running run(door_bell("1;WriteInventory;2"));
     run.start();
