@@ -32,7 +32,7 @@ constinit int smbiosTableLength = 0;                      // bytes of them that 
 struct RECORD_KIND {
     int type;
     std::size_t size;
-    const char *noMemory; // format of the line about a failed allocation, with the null result
+    const char *noMemory; // the line about a failed allocation
 };
 constexpr RECORD_KIND KINDS[] = {
     {TYPE_SYSTEM_SLOT, sizeof(DmiSystemSlot),

@@ -19,6 +19,12 @@ constexpr char NO_READER[] = "SMBIOS could not be initialized hence geoId will n
 class Location : public ::testing::Test {
 protected:
     void put(const Bytes &image) { root.write(SMBIOS_DEVICE, SmbiosImage::as_text(image)); }
+    /// The formatted part of a type 1 record whose first string is the family.
+    static Bytes familyBytes() {
+        Bytes formatted(23, 0);
+        formatted[22] = 1;
+        return formatted;
+    }
     static bool readerRuns() {
         void *records = nullptr;
         const bool runs = getSmbiosRecordsByType(1, &records, nullptr) == 0;
@@ -88,6 +94,16 @@ TEST_F(Location, MissingSlotsAreLoggedAndDevicesStillRead) {
     EXPECT_EQ(log.countHolding("DEBUG", TAG, "designation: LAN, "), 1);
 }
 
+TEST_F(Location, FamilyIsReadDuringTheMapBuildOfDevicesAloneToo) {
+    put(SmbiosImage()
+            .add(1, familyBytes(), {"PLATFORM-ID-B02"})
+            .add(41, {1, 0x85, 1, 0, 0, 0xC3, 0}, {"LAN"})
+            .image());
+    orbUtils::initializeSMBIOS();
+    orbUtils::initGeoIDMap();
+    EXPECT_EQ(log.count("DEBUG", TAG, "platformFamily is PLATFORM-ID-B02"), 1);
+}
+
 TEST_F(Location, MissingDevicesAreLogged) {
     put(SmbiosImage().add(9, Bytes(13, 1), {"Slot"}).image());
     orbUtils::initializeSMBIOS();
@@ -107,10 +123,13 @@ TEST_F(Location, WithoutReaderAWarningAndTheEmptyMap) {
 }
 
 TEST_F(Location, FamilyIsThatOfTheFirstRecord) {
-    put(SmbiosImage::exampleServer());
+    put(SmbiosImage()
+            .add(1, familyBytes(), {"PLATFORM-ID-B02 "}) // copied as it stands
+            .add(1, familyBytes(), {"PLATFORM-ID-A01"})
+            .image());
     orbUtils::initializeSMBIOS();
-    EXPECT_EQ(orbUtils::getPlatformFamily(), "PLATFORM-ID-A01");
-    EXPECT_EQ(log.count("DEBUG", TAG, "platformFamily is PLATFORM-ID-A01"), 1);
+    EXPECT_EQ(orbUtils::getPlatformFamily(), "PLATFORM-ID-B02 ");
+    EXPECT_EQ(log.count("DEBUG", TAG, "platformFamily is PLATFORM-ID-B02 "), 1);
 }
 
 TEST_F(Location, FamilyIsReadDuringTheMapBuildAndKept) {
@@ -123,9 +142,7 @@ TEST_F(Location, FamilyIsReadDuringTheMapBuildAndKept) {
 }
 
 TEST_F(Location, FamilyWithoutSlotsIsReadOnceTheReaderRunsAgain) {
-    Bytes formatted(23, 0);
-    formatted[22] = 1;
-    put(SmbiosImage().add(1, formatted, {"PLATFORM-ID-B01"}).image());
+    put(SmbiosImage().add(1, familyBytes(), {"PLATFORM-ID-B01"}).image());
     orbUtils::initializeSMBIOS();
     orbUtils::initGeoIDMap();
     EXPECT_EQ(log.countHolding("DEBUG", TAG, "platformFamily"), 0);

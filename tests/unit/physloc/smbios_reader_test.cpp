@@ -1,7 +1,9 @@
 #include "physloc/smbios_reader.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
@@ -157,6 +159,22 @@ TEST_F(SmbiosReader, DeviceWithoutAnchorFailsAndCanBeTriedAgain) {
     EXPECT_EQ(Fetched(1).result, -1);
     put(SmbiosImage::exampleServer());
     EXPECT_EQ(SmBiosInit(), 0);
+}
+
+TEST_F(SmbiosReader, EveryStartClosesTheDevice) {
+    const auto next = [] {
+        const int fd = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        ::close(fd);
+        return fd;
+    };
+    const int before = next();
+    put({});
+    EXPECT_EQ(SmBiosInit(), -1);
+    put(Bytes(64, 1));
+    EXPECT_EQ(SmBiosInit(), -1);
+    put(SmbiosImage::exampleServer());
+    EXPECT_EQ(SmBiosInit(), 0);
+    EXPECT_EQ(next(), before);
 }
 
 TEST_F(SmbiosReader, AnchorOffTheBoundaryIsNotFound) {

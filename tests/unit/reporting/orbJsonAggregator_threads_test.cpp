@@ -159,6 +159,17 @@ TEST(AggregatorThread, ReadyInTheNinthPassLeavesNothingPending) {
     EXPECT_EQ(run.sends(), 1u);
 }
 
+TEST(AggregatorThread, MissingManagerHoldsNothingUp) {
+    Running run;
+    run.managers.setReady();
+    NICClassObj = nullptr;
+    run.start();
+    run.pass(10);
+    EXPECT_EQ(run.sends(), 1u);
+    EXPECT_EQ(run.log.countHolding("INFO", "JSON_AGGR", "not ready with inventory"), 0);
+    run.endDelivery();
+}
+
 TEST(AggregatorThread, QueryIntervalIsTheConfigured) {
     Running run(R"("InventoryQueryIntervalInSeconds": "3")");
     run.managers.setReady();

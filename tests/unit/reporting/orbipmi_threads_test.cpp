@@ -42,6 +42,24 @@ TEST(IpmiThreads, TransfersNeverMixTheirMessages) {
     for (const int count : seen) EXPECT_EQ(count, 3);
 }
 
+TEST(IpmiThreads, PauseBehindATransferBelongsToIt) {
+    World world;
+    world.clock.setAutoAdvance(false);
+    FakeRmc rmc;
+    std::vector<std::thread> senders;
+    for (int i = 0; i < 4; ++i)
+        senders.emplace_back([] {
+            EXPECT_EQ(ipmi::IPMIUtils().RMC_CLI_Cmd_Execution("MPEventGen", std::string(100, 'x')),
+                      0);
+        });
+    for (std::size_t done = 1; done <= senders.size(); ++done) {
+        EXPECT_TRUE(world.clock.waitForParked(1));
+        EXPECT_EQ(rmc.transfers().size(), done);
+        world.clock.advanceMs(500);
+    }
+    for (std::thread &one : senders) one.join();
+}
+
 TEST(IpmiThreads, DoorBellWaitsForARunningTransfer) {
     World world;
     std::promise<void> first, answer;
