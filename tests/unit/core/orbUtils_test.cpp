@@ -289,6 +289,13 @@ TEST_F(SummaryLog, StaleLinesAreReadAgain) {
     EXPECT_EQ(previous, FIRST);
     EXPECT_EQ(boot, SECOND);
 }
+TEST_F(SummaryLog, StaleLinesStandBehindThoseOfBothBoots) {
+    root.write(BOOT_LOG, "2015-01-12T08:04:09Z\n");
+    answerBoot("2016-01-12T08:04:09Z\n2016-01-12T08:04:10Z\n");
+    fetchBoot();
+    EXPECT_EQ(previous, FIRST);
+    EXPECT_EQ(boot, SECOND);
+}
 TEST_F(SummaryLog, ShutdownIsTheLastRequest) {
     answer(line("Host is rebooting", 1), "2016-01-12T08:04:10Z\n");
     orbUtils::fetchSystemShutdownTime(shutdown);
