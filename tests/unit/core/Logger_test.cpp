@@ -1,11 +1,9 @@
 #include "core/Logger.h"
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -14,6 +12,7 @@
 
 #include "fakes/CapturedSyslog.h"
 #include "fakes/FakeProcess.h"
+#include "fakes/FullDisk.h"
 #include "fakes/TemporaryRoot.h"
 #include "fakes/VirtualClock.h"
 
@@ -347,13 +346,10 @@ TEST_F(LoggerTest, FileLoggingWithoutAnOpenFileLosesItsLines) {
 TEST_F(LoggerTest, FullDiskCostsTheLinesOfThatTimeOnly) {
     Logger &logger = inFiles();
     logger.error("before", IPMI, 1);
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit limit{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
-    const rlimit full{std::filesystem::file_size(root.map(MAIN_LOG)), limit.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &full), 0);
-    logger.error("lost", IPMI, 2);
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    {
+        const FullDisk full(std::filesystem::file_size(root.map(MAIN_LOG)));
+        logger.error("lost", IPMI, 2);
+    }
     logger.error("after", IPMI, 3);
     EXPECT_EQ(root.read(MAIN_LOG), "Jan 3 08:04:09 [ERROR]   001 IPMI: before\n"
                                    "Jan 3 08:04:09 [ERROR]   003 IPMI: after\n");

@@ -1,7 +1,6 @@
 #include "core/orbJobManager.h"
 
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,6 +19,7 @@
 #include "fakes/CapturedSyslog.h"
 #include "fakes/FakeIdentity.h"
 #include "fakes/FakeProcess.h"
+#include "fakes/FullDisk.h"
 #include "fakes/LogFile.h"
 #include "fakes/TemporaryRoot.h"
 #include "fakes/VirtualClock.h"
@@ -103,15 +103,10 @@ TEST_F(JobManager, FirstStartReplacesALinkWithoutFollowingIt) {
 }
 
 TEST_F(JobManager, FirstStartOnAFullDiskLeavesNoHalfFile) {
-    log.lines();
-    ::signal(SIGXFSZ, SIG_IGN);
-    rlimit former{};
-    ::getrlimit(RLIMIT_FSIZE, &former);
-    rlimit tight = former;
-    tight.rlim_cur = 10;
-    ::setrlimit(RLIMIT_FSIZE, &tight);
-    start();
-    ::setrlimit(RLIMIT_FSIZE, &former);
+    {
+        const FullDisk full(10);
+        start();
+    }
     EXPECT_FALSE(root.exists(FILE_PATH));
     start();
     EXPECT_EQ(times(), second(0) + " 0 0") << "the next one has room and makes it whole";
@@ -148,15 +143,10 @@ TEST_F(JobManager, StaleTwinStaysAheadOfTheStartRecord) {
 
 TEST_F(JobManager, FullDiskKeepsTheFormerRecord) {
     root.write(FILE_PATH, "current_start 1\nlast_start 2\nlast_stop 3\n");
-    log.lines();
-    ::signal(SIGXFSZ, SIG_IGN);
-    rlimit former{};
-    ::getrlimit(RLIMIT_FSIZE, &former);
-    rlimit tight = former;
-    tight.rlim_cur = 10;
-    ::setrlimit(RLIMIT_FSIZE, &tight);
-    start();
-    ::setrlimit(RLIMIT_FSIZE, &former);
+    {
+        const FullDisk full(10);
+        start();
+    }
     EXPECT_EQ(root.read(FILE_PATH), "current_start 1\nlast_start 2\nlast_stop 3\n");
     EXPECT_FALSE(root.exists(TWIN_PATH));
 }
@@ -221,6 +211,20 @@ TEST_F(JobManager, StopRecordAfterAFailedOneIsWritten) {
     ASSERT_EQ(::rmdir(root.map(FILE_PATH).c_str()), 0);
     stop();
     EXPECT_EQ(times(), "0 " + second(0) + " " + second(0)) << "the stream is used again";
+}
+
+TEST_F(JobManager, StopRecordOnAFullDiskIsWhatFits) {
+    start();
+    {
+        const FullDisk full(15);
+        stop();
+    }
+    EXPECT_EQ(root.read(FILE_PATH), ("last_start " + second(0)).substr(0, 15));
+    start(); // adds no line that isn't there
+    EXPECT_EQ(value("current_start"), -1);
+    clock.advance(100);
+    stop();
+    EXPECT_EQ(times(), "0 " + second(0) + " " + second(100)) << "with room again";
 }
 
 TEST_F(JobManager, LifeOfTheFileThroughStopAndCrash) {

@@ -1,7 +1,5 @@
 #include "core/run_state_file.h"
 
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "fakes/CapturedSyslog.h"
+#include "fakes/FullDisk.h"
 #include "fakes/TemporaryRoot.h"
 
 namespace {
@@ -38,26 +37,6 @@ protected:
 
     TemporaryRoot root;
     CapturedSyslog syslog; // the paths' first reader finds no SMBIOS and says so
-};
-
-/// While it lives no file can grow beyond a few bytes, as on a full disk.
-class FullDisk {
-public:
-    explicit FullDisk(rlim_t bytes) {
-        formerAction = ::signal(SIGXFSZ, SIG_IGN);
-        ::getrlimit(RLIMIT_FSIZE, &former);
-        rlimit tight = former;
-        tight.rlim_cur = bytes;
-        ::setrlimit(RLIMIT_FSIZE, &tight);
-    }
-    ~FullDisk() {
-        ::setrlimit(RLIMIT_FSIZE, &former);
-        ::signal(SIGXFSZ, formerAction);
-    }
-
-private:
-    rlimit former{};
-    void (*formerAction)(int) = SIG_DFL;
 };
 
 struct ReadCase {

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -54,6 +55,21 @@ TEST_P(ShellLines, AreSplit) {
 }
 INSTANTIATE_TEST_SUITE_P(Rows, ShellLines, ::testing::ValuesIn(LINES),
                          [](const auto &row) { return std::string(row.param.name); });
+
+/// The record of one receive call, with room for an answer of N bytes.
+template <std::size_t N> struct Reception {
+    Reception() {
+        record.addr = reinterpret_cast<unsigned char *>(&from);
+        record.addr_len = sizeof from;
+        record.msg = {0, 0, sizeof room, room};
+    }
+    Reception(const Reception &) = delete;
+    Reception &operator=(const Reception &) = delete;
+
+    unsigned char room[N] = {};
+    ipmi_addr from{};
+    ipmi_recv record{};
+};
 
 /// The world's end of an opened device.
 class Device {
@@ -161,16 +177,12 @@ TEST(LabDevices, CarriesARequestAndItsAnswer) {
     answer.data[1] = 7;
     ASSERT_EQ(::send(device.far, &answer, sizeof answer, 0), ssize_t{sizeof answer});
     EXPECT_EQ(device.devices->waitReadable(device.fd).rc, 1);
-    unsigned char room[272] = {};
-    ipmi_addr from{};
-    ipmi_recv received{};
-    received.addr = reinterpret_cast<unsigned char *>(&from);
-    received.addr_len = sizeof from;
-    received.msg = {0, 0, sizeof room, room};
-    ASSERT_EQ(device.devices->ioctl(device.fd, IPMICTL_RECEIVE_MSG_TRUNC, &received).rc, 0);
-    EXPECT_EQ(received.msg.data_len, 5);
-    EXPECT_EQ(room[1], 7);
-    EXPECT_EQ(device.devices->ioctl(device.fd, IPMICTL_RECEIVE_MSG_TRUNC, &received).err, EAGAIN);
+    Reception<272> reception;
+    ASSERT_EQ(device.devices->ioctl(device.fd, IPMICTL_RECEIVE_MSG_TRUNC, &reception.record).rc, 0);
+    EXPECT_EQ(reception.record.msg.data_len, 5);
+    EXPECT_EQ(reception.room[1], 7);
+    EXPECT_EQ(device.devices->ioctl(device.fd, IPMICTL_RECEIVE_MSG_TRUNC, &reception.record).err,
+              EAGAIN);
 }
 
 TEST(LabDevices, AnswerThatDoesNotFitIsCut) {
@@ -179,14 +191,10 @@ TEST(LabDevices, AnswerThatDoesNotFitIsCut) {
     WIRE_ANSWER answer{};
     answer.length = 20;
     ASSERT_EQ(::send(device.far, &answer, sizeof answer, 0), ssize_t{sizeof answer});
-    unsigned char room[4] = {};
-    ipmi_addr from{};
-    ipmi_recv received{};
-    received.addr = reinterpret_cast<unsigned char *>(&from);
-    received.addr_len = sizeof from;
-    received.msg = {0, 0, sizeof room, room};
-    EXPECT_EQ(device.devices->ioctl(device.fd, IPMICTL_RECEIVE_MSG_TRUNC, &received).err, EMSGSIZE);
-    EXPECT_EQ(received.msg.data_len, 4);
+    Reception<4> reception;
+    EXPECT_EQ(device.devices->ioctl(device.fd, IPMICTL_RECEIVE_MSG_TRUNC, &reception.record).err,
+              EMSGSIZE);
+    EXPECT_EQ(reception.record.msg.data_len, 4);
 }
 
 TEST(LabDevices, WireThatIsCutFailsTheWait) {
@@ -195,13 +203,9 @@ TEST(LabDevices, WireThatIsCutFailsTheWait) {
     ::close(device.far);
     device.far = -1;
     device.devices->waitReadable(device.fd);
-    unsigned char room[4] = {};
-    ipmi_addr from{};
-    ipmi_recv received{};
-    received.addr = reinterpret_cast<unsigned char *>(&from);
-    received.addr_len = sizeof from;
-    received.msg = {0, 0, sizeof room, room};
-    EXPECT_EQ(device.devices->ioctl(device.fd, IPMICTL_RECEIVE_MSG_TRUNC, &received).rc, -1);
+    Reception<4> reception;
+    EXPECT_EQ(device.devices->ioctl(device.fd, IPMICTL_RECEIVE_MSG_TRUNC, &reception.record).rc,
+              -1);
     EXPECT_EQ(device.devices->ioctl(device.fd, 0x1234, nullptr).err, ENOTTY);
 }
 
