@@ -49,8 +49,7 @@ def folder_readmes(tree):
     """Each room says in a few lines what it is for."""
     rooms = {"/".join(f.split("/")[:2]) for f in tree.files("src/*/*.cpp", "src/*/*.h")}
     rooms |= {f.split("/")[0] for f in tree.files("*/*") if not f.startswith(".")}
-    rooms |= {"/".join(f.split("/")[:2]) for f in tree.files("tests/*/*")
-              if not f.startswith("tests/support/")}
+    rooms |= {"/".join(f.split("/")[:2]) for f in tree.files("tests/*/*")}
     rooms -= {"docs", "src"}
     for room in sorted(rooms):
         if not (tree.root / room / "README.md").is_file():
