@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <dirent.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 
 #include <algorithm>
 #include <cctype>
@@ -17,6 +16,7 @@
 #include <ext/stdio_filebuf.h>
 
 #include "core/Logger.h"
+#include "core/host_addresses.h"
 #include "core/host_texts.h"
 #include "core/number_readers.h"
 #include "core/orbMutexLocker.h"
@@ -192,22 +192,10 @@ int orbUtils::getOSType(int *type) {
 
 std::vector<std::string> orbUtils::getIPAddresses() {
     std::vector<std::string> addresses;
-    IorbHostIdentity &identity = IorbHostIdentity::get();
-    ifaddrs *list = nullptr;
-    if (identity.getifaddrs(&list).rc == 0) {
-        for (const ifaddrs *entry = list; entry != nullptr; entry = entry->ifa_next) {
-            if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET) continue;
-            const char *const name = entry->ifa_name != nullptr ? entry->ifa_name : "";
-            if (std::strcmp(name, "lo") == 0) continue;
-            sockaddr_in address;
-            std::memcpy(&address, entry->ifa_addr, sizeof address);
-            char text[INET_ADDRSTRLEN] = "";
-            if (::inet_ntop(AF_INET, &address.sin_addr, text, sizeof text) == nullptr) continue;
-            if (std::strcmp(text, LOOPBACK_ADDRESS) == 0) continue;
-            ORB_LOG_DEBUG(ORB_UTILS, format_text("%s IP Address %s\n", name, text));
-            addresses.emplace_back(text);
-        }
-        identity.freeifaddrs(list);
+    for (const auto &[name, address] : host_ipv4_addresses()) {
+        if (address == LOOPBACK_ADDRESS) continue;
+        ORB_LOG_DEBUG(ORB_UTILS, format_text("%s IP Address %s\n", name.c_str(), address.c_str()));
+        addresses.push_back(address);
     }
     const orbMutexLocker<std::mutex> lock(mutex_lock);
     if (std::find(addresses.begin(), addresses.end(), auxIPv4Address) == addresses.end())

@@ -1,16 +1,14 @@
 #include "host/HostResourceManager.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <optional>
 
 #include <ext/stdio_filebuf.h>
 
 #include "core/Logger.h"
+#include "core/host_addresses.h"
 #include "core/orbConfig.h"
 #include "core/orbMutexLocker.h"
 #include "core/orbUtils.h"
@@ -21,7 +19,6 @@
 #include "hostaccess/orbHostClock.h"
 #include "hostaccess/orbHostCommands.h"
 #include "hostaccess/orbHostFiles.h"
-#include "hostaccess/orbHostIdentity.h"
 #include "platform/platformCheck.h"
 #include "reporting/orbEventHandler.h"
 #include "reporting/orbJsonAggregator.h"
@@ -317,18 +314,6 @@ void HostResourceManager::copyCurrentStartToLastStart() {
 
 std::vector<std::string> HostResourceManager::getIPAddress() {
     std::vector<std::string> addresses;
-    IorbHostIdentity &identity = IorbHostIdentity::get();
-    ifaddrs *list = nullptr;
-    if (identity.getifaddrs(&list).rc != 0) return addresses;
-    for (const ifaddrs *entry = list; entry != nullptr; entry = entry->ifa_next) {
-        if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET) continue;
-        if (entry->ifa_name != nullptr && std::strcmp(entry->ifa_name, "lo") == 0) continue;
-        sockaddr_in address;
-        std::memcpy(&address, entry->ifa_addr, sizeof address);
-        char text[INET_ADDRSTRLEN] = "";
-        if (::inet_ntop(AF_INET, &address.sin_addr, text, sizeof text) != nullptr)
-            addresses.emplace_back(text);
-    }
-    identity.freeifaddrs(list);
+    for (const ORB_HOST_ADDRESS &each : host_ipv4_addresses()) addresses.push_back(each.address);
     return addresses;
 }
