@@ -6,16 +6,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
 
 #include "daemon/daemon_texts.h"
 #include "daemon/exit_status.h"
 
 namespace {
-std::string reason(int err) {
-    return std::generic_category().message(err);
-}
-
 void replace_stream(int from, int stream) {
     if (from >= 0 && from != stream) ::dup2(from, stream);
 }
@@ -49,12 +44,12 @@ orbBackground::~orbBackground() {
 std::optional<int> orbBackground::enter() {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) {
-        print_error("start", "no pipe: " + reason(errno));
+        print_error("start", "no pipe: " + errno_text(errno));
         return ORB_EXIT_FAILED;
     }
     const pid_t child = ::fork();
     if (child < 0) {
-        print_error("start", "no process: " + reason(errno));
+        print_error("start", "no process: " + errno_text(errno));
         ::close(ends[0]);
         ::close(ends[1]);
         return ORB_EXIT_FAILED;
@@ -73,12 +68,12 @@ std::optional<int> orbBackground::enter() {
     // The leader of a session could get a controlling terminal; its child can't.
     const pid_t daemon = ::fork();
     if (daemon < 0) {
-        print_error("start", "no process: " + reason(errno));
+        print_error("start", "no process: " + errno_text(errno));
         report(ORB_EXIT_FAILED);
     }
     if (daemon != 0) ::_exit(ORB_EXIT_DONE);
 
-    if (::chdir("/") != 0) print_error("start", "working directory: " + reason(errno));
+    if (::chdir("/") != 0) print_error("start", "working directory: " + errno_text(errno));
     const int null = open_null();
     replace_stream(null, STDIN_FILENO);
     if (null > STDERR_FILENO) ::close(null);

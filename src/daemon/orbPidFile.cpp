@@ -10,15 +10,12 @@
 #include <filesystem>
 #include <system_error>
 
+#include "daemon/daemon_texts.h"
 #include "hostaccess/orbHostFiles.h"
 
 namespace {
 constexpr char PID_FILE[] = "/run/orbd.pid";
 constexpr mode_t READABLE_BY_ALL = 0644;
-
-std::string reason(int err) {
-    return std::generic_category().message(err);
-}
 
 /// Whether the path still names the open file: an instance that just ended removes its own.
 bool is_same_file(int fd, const std::string &path) {
@@ -51,14 +48,14 @@ bool orbPidFile::take(std::string &why) {
         const int file =
             ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, READABLE_BY_ALL);
         if (file < 0) {
-            why = reason(errno);
+            why = errno_text(errno);
             return false;
         }
         if (::flock(file, LOCK_EX | LOCK_NB) != 0) {
             const int err = errno;
             const std::string pid = read_pid(file);
             ::close(file);
-            why = err != EWOULDBLOCK ? reason(err)
+            why = err != EWOULDBLOCK ? errno_text(err)
                   : pid.empty()      ? "another orbd is starting"
                                      : "orbd is already running with process id " + pid;
             return false;
@@ -70,7 +67,7 @@ bool orbPidFile::take(std::string &why) {
         ::close(file);
     }
     if (write()) return true;
-    why = reason(errno);
+    why = errno_text(errno);
     return false;
 }
 

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "daemon/daemon_texts.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -26,7 +28,7 @@ orbPrivateHost::~orbPrivateHost() {
 bool orbPrivateHost::make(std::string &fault) {
     std::string name = inner->map(TEMPORARY) + "/orb-inventory-XXXXXX";
     if (::mkdtemp(name.data()) == nullptr) {
-        fault = name + ": " + std::generic_category().message(errno);
+        fault = name + ": " + errno_text(errno);
         return false;
     }
     folder = name;
