@@ -1,7 +1,10 @@
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -44,9 +47,25 @@ int list_scenarios(const LAB_PLACES &places) {
     }
     return result;
 }
+
+/// Closed standard streams get numbers that nothing else may then take; writes to a closed output
+/// fail.
+void open_standard_streams() {
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(fd, F_GETFD) == -1)
+            static_cast<void>(::open("/dev/null", fd == STDERR_FILENO ? O_WRONLY : O_RDONLY));
+}
+
+/// @return the exit status of a program that has told all that it was asked
+int told(int status) {
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+    LabOutputs::complain(std::string("standard output: ") + std::strerror(errno));
+    return FAILED;
+}
 } // namespace
 
 int main(int argc, char **argv) {
+    open_standard_streams();
     LAB_OPTIONS options;
     std::string error;
     if (!parse_lab_options(argc, argv, options, error)) {
@@ -54,11 +73,17 @@ int main(int argc, char **argv) {
         std::fputs("Try orblab --help.\n", stderr);
         return USAGE;
     }
-    if (options.help) return std::fputs(LAB_USAGE, stdout) < 0 ? FAILED : GOOD;
-    if (options.version) return std::puts("orblab " ORB_VERSION) < 0 ? FAILED : GOOD;
+    if (options.help) {
+        std::fputs(LAB_USAGE, stdout);
+        return told(GOOD);
+    }
+    if (options.version) {
+        std::puts("orblab " ORB_VERSION);
+        return told(GOOD);
+    }
 
     const LAB_PLACES places = find_lab_places(options.data);
-    if (options.listScenarios) return list_scenarios(places);
+    if (options.listScenarios) return told(list_scenarios(places));
 
     WORLD_SETTINGS settings;
     if (!read_scenario(scenario_file(options, places), settings.scenario, error)) {

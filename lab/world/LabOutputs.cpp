@@ -1,5 +1,7 @@
 #include "world/LabOutputs.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -26,12 +28,17 @@ std::string clock_text(double at) {
     return format_text("%3lld:%02lld", seconds / 60, seconds % 60);
 }
 
-/// Replaces a file as one step: whoever watches it never sees half a document.
-void replace_file(const std::string &path, const std::string &text) {
+/// Replaces a file as one step: whoever watches it never sees half a document. @return 0 or errno
+int replace_file(const std::string &path, const std::string &text) {
     const std::string fresh = path + ".new";
-    std::ofstream(fresh, std::ios::binary | std::ios::trunc) << text;
-    if (::rename(fresh.c_str(), path.c_str()) != 0)
-        LabOutputs::complain(path + ": " + std::strerror(errno));
+    errno = 0;
+    std::ofstream file(fresh, std::ios::binary | std::ios::trunc);
+    file << text;
+    file.close();
+    if (file && ::rename(fresh.c_str(), path.c_str()) == 0) return 0;
+    const int error = errno != 0 ? errno : EIO;
+    ::unlink(fresh.c_str());
+    return error;
 }
 } // namespace
 
@@ -52,9 +59,25 @@ bool LabOutputs::open(const std::string &outputFolder, std::string &error) {
     return false;
 }
 
+void LabOutputs::lost(const std::string &what, int error) {
+    if (!failed) complain(what + ": " + std::strerror(error));
+    failed = true;
+}
+
 void LabOutputs::line(const std::string &text) {
-    std::fprintf(stdout, "%s\n", text.c_str());
-    std::fflush(stdout);
+    if (std::fprintf(stdout, "%s\n", text.c_str()) < 0 || std::fflush(stdout) != 0)
+        lost("standard output", errno);
+}
+
+void LabOutputs::append(std::ofstream &file, const char *name, const std::string &text) {
+    errno = 0;
+    file << text << std::endl;
+    if (!file) lost(folder + name, errno != 0 ? errno : EIO);
+}
+
+void LabOutputs::replace(const char *name, const std::string &text) {
+    const int error = replace_file(folder + name, text);
+    if (error != 0) lost(folder + name, error);
 }
 
 void LabOutputs::record(const char *kind, double at, Json::Value content) {
@@ -76,9 +99,9 @@ void LabOutputs::progress(double at, const std::string &text) {
 void LabOutputs::inventory(double at, const RMC_DOCUMENT &document, std::size_t messages) {
     Json::StreamWriterBuilder writer;
     writer["indentation"] = "  ";
-    replace_file(folder + "/inventory.json", Json::writeString(writer, document.value) + "\n");
-    std::string summary = summary_text(document.value);
-    replace_file(folder + "/summary.txt", summary);
+    replace("/inventory.json", Json::writeString(writer, document.value) + "\n");
+    const std::string summary = summary_text(document.value);
+    replace("/summary.txt", summary);
     if (style.json) {
         Json::Value content;
         content["inventory"] = document.value;
@@ -95,7 +118,7 @@ void LabOutputs::inventory(double at, const RMC_DOCUMENT &document, std::size_t 
 }
 
 void LabOutputs::event(double at, const RMC_DOCUMENT &document) {
-    events << document.text << std::endl;
+    append(events, "/events.jsonl", document.text);
     if (style.json) {
         Json::Value content;
         content["event"] = document.value;
@@ -151,5 +174,5 @@ void LabOutputs::message(double at, int life, std::uint8_t netfn, std::uint8_t c
     entry["meaning"] = meaning;
     if (reply.delayMs != 0) entry["delayMs"] = Json::Value::Int64{reply.delayMs};
     if (reply.withheld) entry["withheld"] = true;
-    transcript << compact_json(entry) << std::endl;
+    append(transcript, "/transcript.jsonl", compact_json(entry));
 }

@@ -34,14 +34,22 @@ public:
                  std::span<const std::uint8_t> request, const RMC_REPLY &reply,
                  const std::string &meaning);
 
+    /// Something that was to be told or kept is lost: a reader that went away, a full disk. The
+    /// first loss has been told on standard error.
+    bool hasFailed() const { return failed; }
+
     static void complain(const std::string &what); ///< "what: why" to standard error
 
 private:
+    void lost(const std::string &what, int error);
     void line(const std::string &text);
+    void append(std::ofstream &file, const char *name, const std::string &text);
+    void replace(const char *name, const std::string &text);
     void record(const char *kind, double at, Json::Value content);
 
     const STYLE style;
     std::string folder;
     std::string lastSummary; // the table is shown when it says something new
     std::ofstream events, transcript;
+    bool failed = false;
 };

@@ -1,6 +1,8 @@
 #include "world/World.h"
 
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -43,20 +45,53 @@ World::~World() {
     }
     closeConnections();
     if (control >= 0) ::close(control);
+    if (folderLock >= 0) ::close(folderLock);
     if (signalFd >= 0) {
         ::close(signalFd);
+        // A reader that went away has been told of; its signal must not end the process now.
+        sigset_t pipe;
+        sigemptyset(&pipe);
+        sigaddset(&pipe, SIGPIPE);
+        const timespec atOnce{};
+        while (::sigtimedwait(&pipe, nullptr, &atOnce) == SIGPIPE) {
+        }
         ::sigprocmask(SIG_SETMASK, &formerSignals, nullptr);
     }
 }
 
-bool World::prepare(std::string &error) {
+bool World::takeSignals() {
+    sigset_t wanted;
+    sigemptyset(&wanted);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&wanted, signal);
+    std::signal(SIGCHLD, SIG_DFL); // ignored children could not be waited for
+    signalFd = ::signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
+    sigaddset(&wanted, SIGPIPE);
+    sigaddset(&wanted, SIGTTIN); // a read in the background fails instead of stopping the lab
+    ::sigprocmask(SIG_BLOCK, &wanted, &formerSignals);
+    return signalFd >= 0;
+}
+
+bool World::takeFolder(std::string &error) {
     std::error_code failure;
     std::filesystem::create_directories(settings.outputFolder, failure);
     if (failure) {
         error = settings.outputFolder + ": " + failure.message();
         return false;
     }
-    if (!outputs.open(settings.outputFolder, error) || !root.prepare(settings.keep, error) ||
+    folderLock = ::open(settings.outputFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folderLock >= 0 && ::flock(folderLock, LOCK_EX | LOCK_NB) == 0) return true;
+    error = settings.outputFolder + ": " +
+            (errno == EWOULDBLOCK ? "is in use by another orblab" : std::strerror(errno));
+    return false;
+}
+
+bool World::prepare(std::string &error) {
+    if (!takeSignals()) {
+        error = std::string("signals: ") + std::strerror(errno);
+        return false;
+    }
+    if (!takeFolder(error) || !root.prepare(settings.keep, error) ||
+        !outputs.open(settings.outputFolder, error) ||
         !rmc.loadSchemas(settings.places.schemas, error))
         return false;
 
@@ -73,16 +108,7 @@ bool World::prepare(std::string &error) {
     if (!settings.commandFifo.empty() && !inputs.useFifo(settings.commandFifo, error)) return false;
     for (const std::string &line : scenario.commands)
         if (!runCommand(line, error)) return false;
-
-    sigset_t wanted;
-    sigemptyset(&wanted);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&wanted, signal);
-    std::signal(SIGCHLD, SIG_DFL); // ignored children could not be waited for
-    signalFd = ::signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
-    sigaddset(&wanted, SIGPIPE);
-    sigaddset(&wanted, SIGTTIN); // a read in the background fails instead of stopping the lab
-    ::sigprocmask(SIG_BLOCK, &wanted, &formerSignals);
-    return signalFd >= 0;
+    return true;
 }
 
 int World::run() {
@@ -96,7 +122,7 @@ int World::run() {
     outputs.progress(now(), "scenario " + scenario.name + ": " + scenario.title);
     loop();
     conclude();
-    return good ? 0 : 1;
+    return good && !outputs.hasFailed() ? 0 : 1;
 }
 
 int World::pollTimeoutMs() const {
@@ -147,6 +173,7 @@ void World::loop() {
         watchStop();
         if (!bootIfDue()) finish(false, "daemon: could not be started");
         runTimeline();
+        if (outputs.hasFailed()) finish(false, "output is lost");
 
         if (!finishing && settings.watch &&
             !settings.watch(now(), life, expectations.inventories()))

@@ -63,6 +63,8 @@ private:
         bool ownsTransfer = false;         // sent the last message of the open transfer
     };
 
+    bool takeSignals();
+    bool takeFolder(std::string &error); // two labs in one folder would spoil each other's files
     bool prepare(std::string &error);
     bool makeRealHost(std::string &error);
     void loop();
@@ -106,7 +108,7 @@ private:
     DaemonProgress progress;
 
     sigset_t formerSignals{};
-    int signalFd = -1;
+    int signalFd = -1, folderLock = -1;
 
     pid_t life = -1;
     int lives = 0, control = -1;

@@ -35,6 +35,9 @@ bool run_program(const std::string &program, const std::vector<std::string> &arg
     const pid_t pid = ::fork();
     if (pid < 0) return false;
     if (pid == 0) {
+        sigset_t nothing;
+        sigemptyset(&nothing);
+        ::sigprocmask(SIG_SETMASK, &nothing, nullptr);
         const int none = ::open("/dev/null", O_RDWR);
         for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
             if (none >= 0) ::dup2(none, stream);

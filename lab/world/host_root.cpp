@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <vector>
 
 #include "core/format_text.h"
 #include "world/host_facts.h"
@@ -59,13 +60,15 @@ bool HostRoot::prepare(bool keep, std::string &error) const {
         error = root + ": is there already and was not made by orblab";
         return false;
     }
-    if (there && !keep) {
-        fs::remove_all(root, failure);
-        if (failure) {
-            error = root + ": " + failure.message();
-            return false;
-        }
+    if (ours && !keep && !clear(error)) return false;
+    // The mark comes first, and clearing leaves it: what a run that was cut off leaves behind can
+    // be taken over by the next one.
+    fs::create_directories(root + "/lab", failure);
+    if (failure) {
+        error = root + "/lab: " + failure.message();
+        return false;
     }
+    if (!ours && !write(MARK, "", error)) return false;
     for (const char *folder : FOLDERS) {
         fs::create_directories(root + folder, failure);
         if (failure) {
@@ -73,7 +76,23 @@ bool HostRoot::prepare(bool keep, std::string &error) const {
             return false;
         }
     }
-    return write(MARK, "", error);
+    return true;
+}
+
+bool HostRoot::clear(std::string &error) const {
+    const std::string mark = root + MARK, markFolder = fs::path(mark).parent_path();
+    for (const std::string &folder : {root, markFolder}) {
+        std::error_code failure;
+        std::vector<fs::path> all;
+        for (const fs::directory_entry &entry : fs::directory_iterator(folder, failure))
+            if (entry.path() != mark && entry.path() != markFolder) all.push_back(entry.path());
+        for (const fs::path &each : all)
+            if (!failure) fs::remove_all(each, failure);
+        if (!failure) continue;
+        error = folder + ": " + failure.message();
+        return false;
+    }
+    return true;
 }
 
 bool HostRoot::writeFacts(const SCENARIO &scenario, std::string &error) const {

@@ -24,6 +24,7 @@ public:
     void forgetVolatileFiles() const; ///< what a boot clears: pipes, pid files, /tmp
 
 private:
+    bool clear(std::string &error) const; ///< removes all but the lab's mark
     /// Replaces a file as one step, so that a reader sees the old text or the new one.
     bool write(const std::string &hostPath, const std::string &text, std::string &error) const;
     const std::string root;

@@ -106,7 +106,13 @@ void LabRun::closeInput() {
     in = -1;
 }
 
+void LabRun::closeOutput() {
+    if (outPipe >= 0) ::close(outPipe);
+    outPipe = -1;
+}
+
 bool LabRun::readMore(int waitMs) {
+    if (outPipe < 0) return false;
     pollfd wanted{outPipe, POLLIN, 0};
     if (::poll(&wanted, 1, waitMs) <= 0) return true;
     char piece[4096];

@@ -26,6 +26,7 @@ public:
     void start(const std::vector<std::string> &arguments);
     void say(const std::string &text); ///< to its standard input
     void closeInput();
+    void closeOutput(); ///< the reader of its standard output goes away
     /// Waits until standard output holds the text; the test fails where it ends or half a minute
     /// goes by without.
     bool await(const std::string &text);

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <sstream>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -216,6 +217,46 @@ TEST(LabRuns, TerminationStopsTheDaemonInOrder) {
     EXPECT_GE(stamp(lab, "last_stop"), stamp(lab, "last_start"));
     EXPECT_NE(lab.read("root/var/log/vantor/orb/orb.log").find("ORB Exiting Gracefully!"),
               std::string::npos);
+}
+
+TEST(LabRuns, ReaderThatGoesAwayEndsTheLab) {
+    LabRun lab;
+    lab.start({"--speed", FAST});
+    ASSERT_TRUE(lab.await("Inventory\n"));
+    lab.closeOutput();
+    lab.say("help\n");
+    EXPECT_EQ(lab.wait(), 1);
+    EXPECT_EQ(lab.err(), "orblab: standard output: Broken pipe\n"
+                         "orblab: first-generation: output is lost\n");
+}
+
+TEST(LabRuns, FolderServesOneLabAtATime) {
+    LabRun lab, other;
+    lab.start({"--speed", FAST, "--scenario", "small"});
+    ASSERT_TRUE(lab.await("Inventory\n"));
+    const std::string inventory = lab.read("inventory.json");
+    EXPECT_EQ(other.run({"--once", "--output", lab.output()}), 1);
+    EXPECT_EQ(other.err(), "orblab: " + lab.output() + ": is in use by another orblab\n");
+    EXPECT_EQ(lab.read("inventory.json"), inventory);
+    lab.say("quit\n");
+    EXPECT_EQ(lab.wait(), 0) << lab.err();
+    EXPECT_EQ(other.run({"--once", "--quiet", "--speed", FAST, "--scenario", "small", "--output",
+                         lab.output()}),
+              0)
+        << other.err();
+}
+
+TEST(LabRuns, EndWhileItStartsLeavesAFolderToGoOnWith) {
+    LabRun lab;
+    for (int run = 0; run < 5; ++run) {
+        std::filesystem::remove_all(lab.output());
+        lab.start({"--speed", "1000", "--scenario", "small"});
+        while (!std::filesystem::exists(lab.output() + "/root" + "/dev")) std::this_thread::yield();
+        ::kill(lab.process(), SIGINT);
+        EXPECT_EQ(lab.wait(), 0) << lab.err();
+    }
+    EXPECT_EQ(lab.run({"--once", "--quiet", "--speed", FAST, "--scenario", "small"}), 0)
+        << lab.err();
 }
 
 TEST(LabRuns, SilentControllerDoesNotHoldUpTheEnd) {

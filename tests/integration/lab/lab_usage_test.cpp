@@ -1,5 +1,7 @@
 #include <sys/stat.h>
+#include <sys/wait.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -70,6 +72,27 @@ TEST(LabProgram, ListsEveryScenario) {
     }
     EXPECT_GE(files, 20u);
     EXPECT_EQ(lab.err(), "");
+}
+
+TEST(LabProgram, OutputThatCannotBeWrittenIsTold) {
+    LabRun lab;
+    for (const char *option : {"--version", "--help", "--list-scenarios"})
+        for (const char *output : {">/dev/full", ">&-"}) {
+            const std::string line = std::string(ORBLAB_PROGRAM " ") + option + " " + output +
+                                     " 2>" + lab.folder() + "/stderr";
+            EXPECT_EQ(WEXITSTATUS(std::system(line.c_str())), 1) << line;
+            EXPECT_EQ(lab.err().find("orblab: standard output: "), 0u) << line << lab.err();
+        }
+}
+
+TEST(LabProgram, ClosedOutputIsNoPlaceForAFile) {
+    LabRun lab;
+    const std::string line = ORBLAB_PROGRAM " --once --speed 100 --scenario boot-after-crash "
+                                            "--output " +
+                             lab.output() + " >&- 2>" + lab.folder() + "/stderr";
+    EXPECT_EQ(WEXITSTATUS(std::system(line.c_str())), 1);
+    EXPECT_EQ(lab.err().find("orblab: standard output: Bad file descriptor\n"), 0u) << lab.err();
+    for (const Json::Value &event : lab.lines("events.jsonl")) EXPECT_TRUE(event.isMember("ID"));
 }
 
 TEST(LabProgram, UnknownScenario) {

@@ -199,6 +199,23 @@ TEST(HostRoot, MakesTheServersFiles) {
     EXPECT_FALSE(root.exists("/out/root/var/tmp/c")) << "made anew";
 }
 
+TEST(HostRoot, MarkOutlivesTheClearing) {
+    TemporaryRoot root;
+    std::string error;
+    const HostRoot host(below("/out/root"));
+    ASSERT_TRUE(host.prepare(false, error)) << error;
+    root.write("/out/root/lab/host/esxtop", "old");
+    root.write("/out/root/var/tmp/vantorORBStartup.txt", "old");
+    const std::string mark = below("/out/root/lab/made-by-orblab");
+    std::filesystem::create_hard_link(mark, below("/out/mark"));
+    ASSERT_TRUE(host.prepare(false, error)) << error;
+    EXPECT_TRUE(std::filesystem::equivalent(mark, below("/out/mark")))
+        << "cut off in between, the folder could not be taken over";
+    EXPECT_FALSE(root.exists("/out/root/lab/host/esxtop"));
+    EXPECT_FALSE(root.exists("/out/root/var/tmp/vantorORBStartup.txt"));
+    EXPECT_TRUE(root.exists("/out/root/lab/host"));
+}
+
 TEST(HostRoot, EsxtopConfigurationIsTheInstalledOne) {
     TemporaryRoot root;
     const HostRoot host(below("/root"));
@@ -301,4 +318,21 @@ TEST(LabOutputs, FilesHoldWhatCame) {
     EXPECT_FALSE(root.exists("/out/inventory.json"));
     EXPECT_FALSE(LabOutputs({}).open("/nowhere", error));
     EXPECT_EQ(error, "/nowhere: can't be written");
+}
+
+TEST(LabOutputs, FileThatCannotBeReplacedIsALoss) {
+    TemporaryRoot root;
+    root.write("/out/inventory.json/file", "in the way");
+    LabOutputs outputs({.quiet = true});
+    std::string error;
+    ASSERT_TRUE(outputs.open(below("/out"), error)) << error;
+    EXPECT_FALSE(outputs.hasFailed());
+    ::testing::internal::CaptureStderr();
+    outputs.inventory(1, {DOCUMENT, parsed(DOCUMENT)}, 3);
+    outputs.inventory(2, {DOCUMENT, parsed(DOCUMENT)}, 3);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "orblab: " + below("/out/inventory.json") + ": Is a directory\n");
+    EXPECT_TRUE(outputs.hasFailed());
+    EXPECT_FALSE(root.exists("/out/inventory.json.new"));
+    EXPECT_EQ(root.read("/out/summary.txt"), summary_text(parsed(DOCUMENT)));
 }
