@@ -5,7 +5,7 @@
 
 /// Numbers in text from outside. Leading white space and a sign are taken, reading stops at the
 /// first character that is no digit, a text without digits is 0, and a value beyond the type stays
-/// at its limit. Nothing throws.
+/// at its limit. Nothing throws; any thread.
 
 /// Base 10, as strtoll reads it.
 std::int64_t read_decimal(std::string_view text);

@@ -82,7 +82,7 @@ private:
 
     static std::string primaryIPv4Address, auxIPv4Address; // guarded by mutex_lock
     static std::mutex mutex_lock;
-    static std::atomic<long> systemCurrentBootTime, cacheRefreshTimeInterval;
+    static std::atomic<long> systemCurrentBootTime, cacheRefreshTimeInterval; // any thread
 
     static std::atomic<bool> smbiosVmwareInit;          // set by initializeSMBIOS, never cleared
     static std::map<std::string, std::string> geoIDMap; // written before other threads run

@@ -1,6 +1,6 @@
 #pragma once
 
-/// What the start and the end of the daemon ask of the host's operating system.
+/// What the start and the end of the daemon ask of the host's operating system. Main thread only.
 class orbOSInterface {
 public:
     virtual ~orbOSInterface() = default;

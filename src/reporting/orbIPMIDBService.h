@@ -19,7 +19,7 @@ public:
     void startMonitoring();      ///< the loop
 
 private:
-    static orbThread thread;
+    static orbThread thread; // the entry program's thread alone
     static std::mutex cmutex;
     static std::condition_variable cond;
     static bool stopMoni;        // guarded by cmutex: stop request, never cleared

@@ -38,7 +38,7 @@ public:
     void initializeCachePush(); ///< the thread's main loop
 
 private:
-    static orbThread thread;
+    static orbThread thread; // the entry program's thread alone
     static std::mutex cmutex;
     static std::condition_variable cond;
     static std::mutex mlock;        // reserved

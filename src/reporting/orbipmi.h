@@ -17,7 +17,7 @@ struct _GET_BMC_CAPABILITIES {
 
 /// The road to the rack management controller: single IPMI messages through the host's system
 /// interface, a CLI command with a long text argument cut into 60-byte messages, and the door bell.
-/// An object serves one operation; it opens the device and its destructor closes it. Opening tries
+/// An object serves one operation of one thread; its destructor closes the device. Opening tries
 /// twice, loads the driver's modules in between, and takes about 6 seconds where there is no
 /// device; every later operation of such an object fails.
 class IPMIUtils {
