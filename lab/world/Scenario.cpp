@@ -5,6 +5,7 @@
 #include <fstream>
 #include <functional>
 #include <initializer_list>
+#include <sstream>
 
 #include "core/format_text.h"
 #include "core/json_text.h"
@@ -257,6 +258,18 @@ void merge(Json::Value &base, const Json::Value &changes, int depth = 0) {
         merge(base[name], changes[name], depth + 1);
 }
 
+/// The parser's words without its line breaks and indents.
+std::string one_line(const std::string &text) {
+    std::istringstream words(text);
+    std::string line;
+    for (std::string word; words >> word;) {
+        if (word == "*" && line.empty()) continue;
+        if (!line.empty()) line += ' ';
+        line += word;
+    }
+    return line;
+}
+
 bool load_merged(const std::string &path, int depth, Json::Value &root, std::string &error) {
     std::ifstream file(path);
     if (!file) {
@@ -266,7 +279,7 @@ bool load_merged(const std::string &path, int depth, Json::Value &root, std::str
     Json::Value own;
     std::string why;
     if (!parse_json(file, own, &why)) {
-        error = path + ": not JSON: " + why;
+        error = path + ": not JSON: " + one_line(why);
         return false;
     }
     if (!own.isObject()) {

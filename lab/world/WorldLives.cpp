@@ -249,7 +249,7 @@ bool World::runCommand(const std::string &line, std::string &error) {
 
 bool World::runLifeCommand(const LAB_COMMAND &command, std::string &error) {
     if (state != Life::RUNNING) {
-        error = "the daemon is not running at the moment";
+        error = "daemon: is not running at the moment";
         return false;
     }
     using Kind = LAB_COMMAND::Kind;

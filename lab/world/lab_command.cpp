@@ -10,6 +10,7 @@
 
 namespace {
 constexpr double DOWN_SECONDS = 30;
+constexpr std::size_t SHOWN_LINE = 60; // bytes of a line that is no command
 constexpr std::int64_t LONGEST_DELAY_MS = 600'000;
 
 std::vector<std::string> words_of(const std::string &line) {
@@ -181,6 +182,7 @@ bool parse_lab_command(const std::string &line, LAB_COMMAND &command, std::strin
         command.subject = object;
         return true;
     }
-    error = "unknown command \"" + line + "\"; try help";
+    error = line.size() > SHOWN_LINE ? line.substr(0, SHOWN_LINE) + "..." : line;
+    error += ": unknown command, try help";
     return false;
 }

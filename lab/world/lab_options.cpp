@@ -99,10 +99,14 @@ bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string 
             break;
         case COMMANDS:
             options.commands = ::optarg;
-            break;
+            if (!options.commands.empty()) break;
+            error = "--commands: needs a FIFO";
+            return false;
         case DATA:
             options.data = ::optarg;
-            break;
+            if (!options.data.empty()) break;
+            error = "--data: needs a folder";
+            return false;
         case QUIET:
             options.quiet = true;
             break;
@@ -119,7 +123,12 @@ bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string 
             error = std::string(argv[::optind - 1]) + ": needs a value";
             return false;
         default:
-            error = std::string(argv[::optind - 1]) + ": unknown option";
+            if (::optopt == 0)
+                error = std::string(argv[::optind - 1]) + ": unknown option, or not unique";
+            else if (::optopt >= SCENARIO)
+                error = std::string(argv[::optind - 1]) + ": takes no value";
+            else
+                error = std::string("-") + static_cast<char>(::optopt) + ": unknown option";
             return false;
         }
     }

@@ -182,7 +182,7 @@ TEST(LabRuns, CommandsComeByStandardInput) {
     ASSERT_TRUE(lab.await("\"HostName\" : \"orb-lab-77\""));
     lab.say("quit\n");
     EXPECT_EQ(lab.wait(), 0);
-    EXPECT_EQ(lab.err(), "orblab: unknown command \"nonsense\"; try help\n");
+    EXPECT_EQ(lab.err(), "orblab: nonsense: unknown command, try help\n");
 }
 
 TEST(LabRuns, CommandsComeByFifo) {

@@ -18,7 +18,16 @@ struct UsageCase {
     const char *error;
 };
 const UsageCase USAGES[] = {
-    {"UnknownOption", {"--colour"}, "orblab: --colour: unknown option\nTry orblab --help.\n"},
+    {"UnknownOption",
+     {"--colour"},
+     "orblab: --colour: unknown option, or not unique\nTry orblab --help.\n"},
+    {"AmbiguousOption",
+     {"--s", "5"},
+     "orblab: --s: unknown option, or not unique\nTry orblab --help.\n"},
+    {"ShortOptions", {"-xy"}, "orblab: -x: unknown option\nTry orblab --help.\n"},
+    {"FlagWithValue", {"--once=3"}, "orblab: --once=3: takes no value\nTry orblab --help.\n"},
+    {"EmptyCommands", {"--commands", ""}, "orblab: --commands: needs a FIFO\nTry orblab --help.\n"},
+    {"EmptyData", {"--data", ""}, "orblab: --data: needs a folder\nTry orblab --help.\n"},
     {"Argument", {"now"}, "orblab: now: unexpected argument\nTry orblab --help.\n"},
     {"NoValue", {"--speed"}, "orblab: --speed: needs a value\nTry orblab --help.\n"},
     {"SpeedText",
@@ -99,6 +108,17 @@ TEST(LabProgram, UnknownScenario) {
     LabRun lab;
     EXPECT_EQ(lab.run({"--scenario", "nowhere"}), 1);
     EXPECT_EQ(lab.err(), "orblab: " ORB_SCENARIOS "/nowhere.json: can't be read\n");
+}
+
+TEST(LabProgram, ScenarioThatIsNoJsonIsToldInOneLine) {
+    LabRun lab;
+    lab.write("bad.json", "{\"host\":\n x}");
+    EXPECT_EQ(lab.run({"--scenario", lab.folder() + "/bad.json"}), 1);
+    EXPECT_EQ(lab.err().find("orblab: " + lab.folder() +
+                             "/bad.json: not JSON: Line 2, Column 2 "
+                             "Syntax error: value, object or array expected.\n"),
+              0u)
+        << lab.err();
 }
 
 TEST(LabProgram, BrokenScenarioNamesThePlace) {

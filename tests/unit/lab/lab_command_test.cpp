@@ -64,11 +64,13 @@ TEST(LabCommand, Set) {
 }
 
 TEST(LabCommand, Errors) {
-    EXPECT_EQ(error_of("dance"), "unknown command \"dance\"; try help");
-    EXPECT_EQ(error_of("quit now"), "unknown command \"quit now\"; try help");
-    EXPECT_EQ(error_of("restart host"), "unknown command \"restart host\"; try help");
-    EXPECT_EQ(error_of("reboot daemon"), "unknown command \"reboot daemon\"; try help");
-    EXPECT_EQ(error_of("show me"), "unknown command \"show me\"; try help");
+    EXPECT_EQ(error_of("dance"), "dance: unknown command, try help");
+    EXPECT_EQ(error_of("quit now"), "quit now: unknown command, try help");
+    EXPECT_EQ(error_of("restart host"), "restart host: unknown command, try help");
+    EXPECT_EQ(error_of("reboot daemon"), "reboot daemon: unknown command, try help");
+    EXPECT_EQ(error_of("show me"), "show me: unknown command, try help");
+    EXPECT_EQ(error_of(std::string(4000, 'x')),
+              std::string(60, 'x') + "...: unknown command, try help");
     EXPECT_EQ(error_of("reboot host 1"), "reboot host: needs seconds, 2 or more");
     EXPECT_EQ(error_of("crash host -5"), "crash host: needs seconds, 2 or more");
     EXPECT_EQ(error_of("rmc"),

@@ -72,7 +72,7 @@ const BadCase BAD[] = {
      "runState.lastStart: unknown key"},
     {"Config", [](Json::Value &v) { v["config"] = 3; }, "config: must be an object"},
     {"Command", [](Json::Value &v) { v["commands"][0] = "dance"; },
-     "commands[0]: unknown command \"dance\"; try help"},
+     "commands[0]: dance: unknown command, try help"},
     {"CommandNumber", [](Json::Value &v) { v["commands"][0] = 1; }, "commands[0]: must be a text"},
     {"StepWithoutCommand", [](Json::Value &v) { v["timeline"][0].removeMember("do"); },
      "timeline[0].do: must be a text"},
