@@ -21,6 +21,14 @@ int usage_error(std::string_view what, std::string_view why) {
     return EXIT_USAGE;
 }
 
+/// What getopt_long has refused.
+int option_error(char **argv, const option *longOptions) {
+    if (optopt == 0) return usage_error(argv[optind - 1], "unknown option");
+    for (; longOptions->name != nullptr; ++longOptions)
+        if (longOptions->val == optopt) return usage_error(argv[optind - 1], "takes no value");
+    return usage_error(std::string{'-', static_cast<char>(optopt)}, "unknown option");
+}
+
 /// One sample of the machine below a root.
 int print_sample(const std::string &root) {
     ORB_ESXTOP_SAMPLE sample;
@@ -87,9 +95,7 @@ int main(int argc, char **argv) {
         case ':':
             return usage_error(argv[optind - 1], "needs a value");
         default:
-            if (optopt > 0 && optopt < ROOT)
-                return usage_error(std::string{'-', static_cast<char>(optopt)}, "unknown option");
-            return usage_error(argv[optind - 1], "unknown option");
+            return option_error(argv, longOptions);
         }
     }
     if (optind < argc) return usage_error(one_line(argv[optind]), "unexpected argument");

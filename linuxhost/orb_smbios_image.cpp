@@ -22,6 +22,14 @@ int usage_error(std::string_view what, std::string_view why) {
     return EXIT_USAGE;
 }
 
+/// What getopt_long has refused.
+int option_error(char **argv, const option *longOptions) {
+    if (optopt == 0) return usage_error(argv[optind - 1], "unknown option");
+    for (; longOptions->name != nullptr; ++longOptions)
+        if (longOptions->val == optopt) return usage_error(argv[optind - 1], "takes no value");
+    return usage_error(std::string{'-', static_cast<char>(optopt)}, "unknown option");
+}
+
 std::span<const std::uint8_t> bytes_of(const std::string &text) {
     return {reinterpret_cast<const std::uint8_t *>(text.data()), text.size()};
 }
@@ -86,7 +94,7 @@ int main(int argc, char **argv) {
         case ':':
             return usage_error(argv[optind - 1], "needs a value");
         default:
-            return usage_error(argv[optind - 1], "unknown option");
+            return option_error(argv, longOptions);
         }
     }
     if (optind < argc) return usage_error(argv[optind], "unexpected argument");
