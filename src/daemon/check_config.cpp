@@ -17,7 +17,7 @@
 namespace {
 constexpr std::size_t COLUMNS = 5;
 constexpr std::size_t WIDEST_CELL = 48;  // bytes; a longer text of the file is cut
-constexpr std::size_t WIDEST_LINE = 160; // bytes, of the parser's words
+constexpr std::size_t WIDEST_LINE = 160; // bytes, of a reason or the parser's words
 constexpr int PARSER_LINES = 6;
 using Row = std::array<std::string, COLUMNS>;
 
@@ -80,7 +80,8 @@ std::string file_text(const std::string &path, const ORB_CONFIG_TRACE &trace) {
     case ORB_CONFIG_FILE_USED:
         return path + " is used.\n";
     case ORB_CONFIG_FILE_ENDS_PROCESS:
-        return path + " keeps the daemon from starting: it " + cell(trace.fileReason) + ".\n";
+        return path + " keeps the daemon from starting: it " + cell(trace.fileReason, WIDEST_LINE) +
+               ".\n";
     case ORB_CONFIG_FILE_UNPARSABLE:
         return path + " is not used, the built-in defaults are: it is not valid JSON.\n" +
                first_lines(trace.fileReason);
@@ -88,7 +89,8 @@ std::string file_text(const std::string &path, const ORB_CONFIG_TRACE &trace) {
     case ORB_CONFIG_FILE_TOO_FEW:
         break;
     }
-    return path + " is not used, the built-in defaults are: it " + cell(trace.fileReason) + ".\n";
+    return path + " is not used, the built-in defaults are: it " +
+           cell(trace.fileReason, WIDEST_LINE) + ".\n";
 }
 } // namespace
 
@@ -102,7 +104,7 @@ int print_config_check(const std::string &file) {
         rows.push_back({cell(finding.key),
                         finding.verdict == ORB_CONFIG_ABSENT ? "-" : cell(finding.textInFile),
                         finding.valueUsed.empty() ? "-" : cell(finding.valueUsed),
-                        verdict_text(finding.verdict), cell(finding.reason)});
+                        verdict_text(finding.verdict), cell(finding.reason, WIDEST_LINE)});
     IorbHostProcess::get().writeStandardOutput(file_text(path, trace) + "\n" + table_text(rows));
     return trace.isTakenAsWritten() ? ORB_EXIT_DONE : ORB_EXIT_NOT_AS_WRITTEN;
 }

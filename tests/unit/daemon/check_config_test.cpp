@@ -133,10 +133,14 @@ TEST(CheckConfig, FileThatEndsTheDaemon) {
         check_text(R"({"LoggingLevel": "Info", "HealthMonitorFlags": "99999999999999999999"})");
     EXPECT_EQ(number.status, 3);
     EXPECT_NE(number.output.find("keeps the daemon from starting"), std::string::npos);
-    EXPECT_NE(row(number.output, "HealthMonitorFlags").find("|fatal|"), std::string::npos);
+    EXPECT_NE(row(number.output, "HealthMonitorFlags")
+                  .find("|fatal|is a number out of range, with which the daemon does not start"),
+              std::string::npos)
+        << "a reason is told in full";
     const Check list = check_text(R"(["LoggingLevel", "Info"])");
     EXPECT_EQ(list.status, 3);
     EXPECT_NE(list.output.find("keeps the daemon from starting"), std::string::npos);
+    EXPECT_EQ(list.output.find("..."), std::string::npos) << list.output;
 }
 
 TEST(CheckConfig, HugeAndHostileTextsStayOneShortLine) {
