@@ -54,7 +54,7 @@ bool read_timeout(const char *text, long &out) {
 
 bool parse_options(int argc, char **argv, ORB_DAEMON_OPTIONS &out, std::string &fault) {
     out = ORB_DAEMON_OPTIONS();
-    bool modeGiven = false, timeoutGiven = false;
+    bool modeGiven = false, timeoutGiven = false, fileGiven = false;
     const char *modeText = nullptr;
 
     optind = 0; // starts anew, also where the process has read a command line before
@@ -90,12 +90,19 @@ bool parse_options(int argc, char **argv, ORB_DAEMON_OPTIONS &out, std::string &
             modeGiven = true;
             modeText = given;
             out.mode = static_cast<ORB_DAEMON_OPTIONS::MODE>(code - MODE_OPTION);
-            if (optarg != nullptr) out.configFile = optarg;
+            fileGiven = optarg != nullptr;
+            if (fileGiven) out.configFile = optarg;
             break;
         }
     }
-    if (out.mode == ORB_DAEMON_OPTIONS::CHECK_CONFIG && out.configFile.empty() && optind < argc)
+    if (out.mode == ORB_DAEMON_OPTIONS::CHECK_CONFIG && !fileGiven && optind < argc) {
+        fileGiven = true;
         out.configFile = argv[optind++];
+    }
+    if (out.mode == ORB_DAEMON_OPTIONS::CHECK_CONFIG && fileGiven && out.configFile.empty()) {
+        fault = "--check-config: the name of the file is empty";
+        return false;
+    }
     if (optind < argc) {
         fault = std::string(argv[optind]) + ": not expected here";
         return false;

@@ -89,6 +89,8 @@ const BadCase BAD_CASES[] = {
      "--stop-timeout: only where the daemon runs"},
     {"Operand", {"file"}, "file: not expected here"},
     {"TwoFiles", {"--check-config", "a", "b"}, "b: not expected here"},
+    {"FileWithoutName", {"--check-config", ""}, "--check-config: the name of the file is empty"},
+    {"FileWithoutNameJoined", {"--check-config="}, "--check-config: the name of the file is empty"},
     {"TwoFilesJoined", {"--check-config=a", "b"}, "b: not expected here"},
 };
 class BadCommandLine : public ::testing::TestWithParam<BadCase> {};
