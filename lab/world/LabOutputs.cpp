@@ -136,12 +136,11 @@ void LabOutputs::violation(double at, const std::string &text) {
     record("violation", at, std::move(content));
 }
 
-void LabOutputs::note(const std::string &text) {
+void LabOutputs::note(double at, const std::string &text) {
     if (style.json) {
         Json::Value content;
-        content["kind"] = "note";
         content["text"] = text;
-        line(compact_json(content));
+        record("note", at, std::move(content));
     } else {
         line(text.ends_with('\n') ? text.substr(0, text.size() - 1) : text);
     }

@@ -28,7 +28,7 @@ public:
     void inventory(double at, const RMC_DOCUMENT &document, std::size_t messages);
     void event(double at, const RMC_DOCUMENT &document);
     void violation(double at, const std::string &text);
-    void note(const std::string &text); ///< the answer to a command; as it stands
+    void note(double at, const std::string &text); ///< the answer to a command; as it stands
     void result(double at, bool good, const std::string &text);
     void message(double at, int life, std::uint8_t netfn, std::uint8_t cmd,
                  std::span<const std::uint8_t> request, const RMC_REPLY &reply,

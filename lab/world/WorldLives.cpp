@@ -220,7 +220,7 @@ bool World::runCommand(const std::string &line, std::string &error) {
     case Kind::NOTHING:
         return true;
     case Kind::HELP:
-        outputs.note(LAB_COMMAND_HELP);
+        outputs.note(now(), LAB_COMMAND_HELP);
         return true;
     case Kind::DOOR_BELL:
         rmc.wire().ringDoorBell();
@@ -310,5 +310,5 @@ void World::show(const std::string &subject) {
         if (!latestInventory.empty() && parse_json(latestInventory, document))
             text = subject == "summary" ? summary_text(document) : document.toStyledString();
     }
-    outputs.note(text.empty() ? "no " + subject + " yet" : text);
+    outputs.note(now(), text.empty() ? "no " + subject + " yet" : text);
 }

@@ -320,6 +320,24 @@ TEST(LabOutputs, FilesHoldWhatCame) {
     EXPECT_EQ(error, "/nowhere: can't be written");
 }
 
+TEST(LabOutputs, EachJsonLineTellsItsKindAndTime) {
+    TemporaryRoot root;
+    root.makeDirectory("/out");
+    LabOutputs outputs({.json = true});
+    std::string error;
+    ASSERT_TRUE(outputs.open(below("/out"), error)) << error;
+    ::testing::internal::CaptureStdout();
+    outputs.progress(1, "p");
+    outputs.note(2, "n");
+    outputs.event(3, {R"({"ID":1})", parsed(R"({"ID":1})")});
+    outputs.result(4, true, "r");
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+              "{\"at\":1.0,\"kind\":\"progress\",\"text\":\"p\"}\n"
+              "{\"at\":2.0,\"kind\":\"note\",\"text\":\"n\"}\n"
+              "{\"at\":3.0,\"event\":{\"ID\":1},\"kind\":\"event\"}\n"
+              "{\"at\":4.0,\"good\":true,\"kind\":\"result\",\"text\":\"r\"}\n");
+}
+
 TEST(LabOutputs, FileThatCannotBeReplacedIsALoss) {
     TemporaryRoot root;
     root.write("/out/inventory.json/file", "in the way");
