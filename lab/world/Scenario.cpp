@@ -13,6 +13,7 @@
 
 namespace {
 constexpr int BASE_LIMIT = 8;
+constexpr std::size_t SIZE_LIMIT = 4u << 20; // bytes of a file, which may be any device
 
 /// Reads members of one JSON object with a type each, and remembers the first thing that is wrong.
 /// Whoever reads an object names all its members, so a misspelt one is told.
@@ -271,14 +272,21 @@ std::string one_line(const std::string &text) {
 }
 
 bool load_merged(const std::string &path, int depth, Json::Value &root, std::string &error) {
-    std::ifstream file(path);
-    if (!file) {
+    std::string text(SIZE_LIMIT + 1, '\0');
+    std::ifstream file(path, std::ios::binary);
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    if (!file.is_open() || file.bad()) {
         error = path + ": can't be read";
+        return false;
+    }
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    if (text.size() > SIZE_LIMIT) {
+        error = path + ": longer than 4 MiB";
         return false;
     }
     Json::Value own;
     std::string why;
-    if (!parse_json(file, own, &why)) {
+    if (!parse_json(text, own, &why)) {
         error = path + ": not JSON: " + one_line(why);
         return false;
     }

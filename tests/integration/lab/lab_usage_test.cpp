@@ -110,6 +110,14 @@ TEST(LabProgram, UnknownScenario) {
     EXPECT_EQ(lab.err(), "orblab: " ORB_SCENARIOS "/nowhere.json: can't be read\n");
 }
 
+TEST(LabProgram, ScenarioWithoutAnEndIsRefused) {
+    LabRun lab;
+    EXPECT_EQ(lab.run({"--scenario", "/dev/zero"}), 1);
+    EXPECT_EQ(lab.err(), "orblab: /dev/zero: longer than 4 MiB\n");
+    EXPECT_EQ(lab.run({"--scenario", lab.folder() + "/"}), 1);
+    EXPECT_EQ(lab.err(), "orblab: " + lab.folder() + "/: can't be read\n");
+}
+
 TEST(LabProgram, ScenarioThatIsNoJsonIsToldInOneLine) {
     LabRun lab;
     lab.write("bad.json", "{\"host\":\n x}");
