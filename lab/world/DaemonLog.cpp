@@ -77,12 +77,14 @@ std::optional<std::string> DaemonProgress::read(const std::string &line) {
         return "manager " + *name + ": started";
     if (line.find("Resource manager ") != std::string::npos && line.ends_with(" is disabled."))
         return "manager " + *behind(line, "Resource manager ");
-    if (const auto number = behind(line, "iteration no. ")) {
-        pass = static_cast<int>(read_decimal(*number));
-        return format_text("readiness pass %d", pass);
+    if (const auto number = behind(line, "iteration no. ")) return "readiness pass " + *number;
+    if (const auto rest = behind(line, "RM ");
+        rest && rest->ends_with(" not ready with inventory")) {
+        // The passes are told in the debug log and their findings in the main log, which come here
+        // in no order of their own. Every pass asks every manager, until it is ready for good.
+        const std::string manager = manager_of(*rest);
+        return format_text("readiness pass %d: %s not ready", ++unready[manager], manager.c_str());
     }
-    if (const auto rest = behind(line, "RM "); rest && rest->ends_with(" not ready with inventory"))
-        return format_text("readiness pass %d: %s not ready", pass, manager_of(*rest));
     if (line.find("Exiting CacheBuild") != std::string::npos) {
         const std::string tag = tag_of(line);
         if (std::find(cached.begin(), cached.end(), tag) != cached.end()) return std::nullopt;

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,6 +31,6 @@ public:
     std::optional<std::string> read(const std::string &logLine);
 
 private:
-    std::vector<std::string> cached; // module tags whose first cache is there
-    int pass = 0;
+    std::vector<std::string> cached;    // module tags whose first cache is there
+    std::map<std::string, int> unready; // passes that found a manager not ready, by its name
 };
