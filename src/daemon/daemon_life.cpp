@@ -166,6 +166,7 @@ int run_daemon(const ORB_DAEMON_OPTIONS &options) {
     }
     if (!pidFile.write()) print_error(pidFile.getPath(), "the process id could not be written");
     const int status = live(options, &background);
+    pidFile.release();         // who hears of a failed start may start again at once
     background.failed(status); // says nothing where the start was fine
     return status;
 }

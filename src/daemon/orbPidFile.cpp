@@ -33,11 +33,12 @@ std::string read_pid(int fd) {
 }
 } // namespace
 
-orbPidFile::~orbPidFile() {
+void orbPidFile::release() {
     if (fd < 0) return;
     // Removed while the lock is held, so that nobody else's file is.
     (void)::unlink(path.c_str()); // one that stays behind is taken over by the next start
     ::close(fd);
+    fd = -1;
 }
 
 bool orbPidFile::take(std::string &why) {
