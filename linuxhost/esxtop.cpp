@@ -16,17 +16,7 @@ constexpr std::string_view USAGE = "usage: esxtop [--root DIR] [-c FILE] -b -n 1
                                    "       esxtop --help | --version\n";
 
 int usage_error(std::string_view what, std::string_view why) {
-    complain(PROGRAM, what, why);
-    static_cast<void>(write_all(2, USAGE)); // the status tells it all the same
-    return EXIT_USAGE;
-}
-
-/// What getopt_long has refused.
-int option_error(char **argv, const option *longOptions) {
-    if (optopt == 0) return usage_error(argv[optind - 1], "unknown option");
-    for (; longOptions->name != nullptr; ++longOptions)
-        if (longOptions->val == optopt) return usage_error(argv[optind - 1], "takes no value");
-    return usage_error(std::string{'-', static_cast<char>(optopt)}, "unknown option");
+    return refuse_usage(PROGRAM, USAGE, what, why);
 }
 
 /// One sample of the machine below a root.
@@ -95,7 +85,7 @@ int main(int argc, char **argv) {
         case ':':
             return usage_error(argv[optind - 1], "needs a value");
         default:
-            return option_error(argv, longOptions);
+            return refuse_option(PROGRAM, USAGE, argv, longOptions);
         }
     }
     if (optind < argc) return usage_error(one_line(argv[optind]), "unexpected argument");

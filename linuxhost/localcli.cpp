@@ -54,9 +54,7 @@ int hardware_pci_list(const std::string &root) {
 }
 
 int usage_error(std::string_view what, std::string_view why) {
-    complain(PROGRAM, what, why);
-    static_cast<void>(write_all(2, USAGE)); // the status tells it all the same
-    return EXIT_USAGE;
+    return refuse_usage(PROGRAM, USAGE, what, why);
 }
 } // namespace
 

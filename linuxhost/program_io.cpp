@@ -32,6 +32,23 @@ void complain(std::string_view program, std::string_view what, int errorNumber) 
     complain(program, what, std::generic_category().message(errorNumber));
 }
 
+int refuse_usage(std::string_view program, std::string_view usage, std::string_view what,
+                 std::string_view why) {
+    complain(program, what, why);
+    static_cast<void>(write_all(STDERR_FILENO, usage)); // the status tells it all the same
+    return EXIT_USAGE;
+}
+
+int refuse_option(std::string_view program, std::string_view usage, char **argv,
+                  const option *longOptions) {
+    if (optopt == 0) return refuse_usage(program, usage, argv[optind - 1], "unknown option");
+    for (; longOptions->name != nullptr; ++longOptions)
+        if (longOptions->val == optopt)
+            return refuse_usage(program, usage, argv[optind - 1], "takes no value");
+    return refuse_usage(program, usage, std::string{'-', static_cast<char>(optopt)},
+                        "unknown option");
+}
+
 int write_all(int fd, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = ::write(fd, text.data(), text.size());

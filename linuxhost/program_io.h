@@ -1,5 +1,7 @@
 #pragma once
 
+#include <getopt.h>
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -16,6 +18,13 @@ bool prepare_standard_streams();
 void complain(std::string_view program, std::string_view what, std::string_view why);
 /// The same with the system's words for an errno.
 void complain(std::string_view program, std::string_view what, int errorNumber);
+
+/// Complains and prints the usage on standard error. @return EXIT_USAGE
+int refuse_usage(std::string_view program, std::string_view usage, std::string_view what,
+                 std::string_view why);
+/// The same for what getopt_long has just refused.
+int refuse_option(std::string_view program, std::string_view usage, char **argv,
+                  const option *longOptions);
 
 /// Writes all of a text. @return 0 or errno
 int write_all(int fd, std::string_view text);
