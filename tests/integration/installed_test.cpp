@@ -1,4 +1,5 @@
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -116,6 +117,28 @@ TEST(Installed, TreeHoldsEverythingAndRunsWhereItLies) {
     EXPECT_NE(loaded.output.find(staging.path() + "/opt/vantor/orb/bin/../lib/liborb.so"),
               std::string::npos)
         << loaded.output;
+}
+
+TEST(Installed, ServiceManagerFindsAllThatTheUnitNames) {
+    const TemporaryRoot staging;
+    // The service manager's own units and the two programs of the system that the unit uses.
+    const Answer installation =
+        run("DESTDIR='" + staging.path() + "' cmake --install " ORB_BINARY_DIR + " && cd '" +
+            staging.path() +
+            "' && cp /lib/systemd/system/*.target lib/systemd/system/"
+            " && mkdir bin && cp /bin/kill /bin/mkdir bin/");
+    ASSERT_EQ(installation.status, 0) << installation.output;
+    const std::string verify =
+        "systemd-analyze --root='" + staging.path() + "' verify --man=no orb.service";
+    const Answer whole = run(verify);
+    EXPECT_EQ(whole.status, 0) << whole.output;
+    EXPECT_EQ(whole.output, "");
+
+    ASSERT_EQ(::unlink((staging.path() + "/opt/vantor/orb/bin/orbd").c_str()), 0);
+    const Answer without = run(verify);
+    EXPECT_NE(without.status, 0);
+    EXPECT_NE(without.output.find("/opt/vantor/orb/bin/orbd is not executable"), std::string::npos)
+        << without.output;
 }
 
 TEST(Installed, OutputThatCannotBeWrittenIsAFailure) {

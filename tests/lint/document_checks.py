@@ -154,6 +154,24 @@ def service_unit(tree):
                 yield f"{path}:1: {(done.stderr or done.stdout).strip()}"
 
 
+# What the unit's directives leave open, in tenths of the service manager's scale of 10 (open) to 0.
+EXPOSURE_LIMIT = 49
+
+
+def service_exposure(tree):
+    """The unit leaves no more open than the daemon's work needs."""
+    for path in tree.files("packaging/*.service"):
+        done = subprocess.run(
+            ["systemd-analyze", "security", "--no-pager", "--offline=true",
+             f"--threshold={EXPOSURE_LIMIT}", str(tree.root / path)],
+            capture_output=True, text=True, check=False)
+        if done.returncode != 0:
+            level = re.search(r"Overall exposure level.*?: ([0-9.]+)", done.stdout)
+            what = (f"exposure {level.group(1)}, at most {EXPOSURE_LIMIT / 10} is allowed" if level
+                    else (done.stderr or done.stdout).strip())
+            yield f"{path}:1: {what}"
+
+
 OPTION = re.compile(r"(?<![\w-])(--[a-z][a-z0-9-]+)")
 
 

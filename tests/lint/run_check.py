@@ -23,8 +23,8 @@ CHECKS = {
         document_checks.markdown_links,
         document_checks.folder_readmes, document_checks.json_files, document_checks.schemas,
         document_checks.versions, document_checks.man_pages, document_checks.service_unit,
-        document_checks.documented_options, tool_checks.formatting, tool_checks.shell_scripts,
-        tool_checks.cppcheck, tool_checks.tidy)
+        document_checks.service_exposure, document_checks.documented_options, tool_checks.formatting,
+        tool_checks.shell_scripts, tool_checks.cppcheck, tool_checks.tidy)
 }
 
 

@@ -14,6 +14,7 @@ from tree import Tree, includes, without_comments
 
 HERE = Path(__file__).resolve().parent
 FUZZ_ENTRY = 'extern "C" int LLVMFuzzerTestOneInput(const unsigned char *, unsigned long);\n'
+UNIT = (HERE.parents[1] / "packaging/orb.service").read_text(encoding="utf-8")
 
 # check, what is special, the tree, how many findings
 CASES = [
@@ -110,6 +111,12 @@ CASES = [
         "packaging/a.service": "[Service]\nExecStart=/no/such/program\nNoSuchKey=1\n"}, 1),
     (document_checks.service_unit, "good", {
         "packaging/a.service": "[Unit]\nDescription=a\n[Service]\nExecStart=/no/such/program\n"}, 0),
+    (document_checks.service_exposure, "everything open", {
+        "packaging/a.service": "[Service]\nExecStart=/no/such/program\n"}, 1),
+    (document_checks.service_exposure, "one directive less", {
+        "packaging/orb.service": UNIT.replace("NoNewPrivileges=yes\n", "")}, 1),
+    (document_checks.service_exposure, "not a unit", {"packaging/a.service": "ExecStart\n"}, 1),
+    (document_checks.service_exposure, "as it is", {"packaging/orb.service": UNIT}, 0),
     (tool_checks.formatting, "crooked", {
         ".clang-format": "BasedOnStyle: LLVM\n", "src/core/a.cpp": "int   f( ) ;\n"}, 3),
     (tool_checks.formatting, "straight", {
