@@ -81,7 +81,8 @@ void BmcWireReader::endFrame(bool isMessage) {
 
 std::optional<std::variant<BMC_REQUEST, BMC_CONTROL>> BmcWireReader::next() {
     if (items.empty()) return std::nullopt;
-    std::variant<BMC_REQUEST, BMC_CONTROL> item = std::move(items.front());
+    std::optional<std::variant<BMC_REQUEST, BMC_CONTROL>> item;
+    std::visit([&](auto &each) { item.emplace(std::move(each)); }, items.front());
     items.pop_front();
     return item;
 }
