@@ -17,6 +17,7 @@
 #include "core/format_text.h"
 #include "life/DaemonLife.h"
 #include "world/host_facts.h"
+#include "world/summary.h"
 
 namespace {
 constexpr std::int64_t NS = 1'000'000'000;
@@ -221,8 +222,8 @@ void World::conclude() {
         return;
     }
     outputs.result(now(), true,
-                   format_text("%s: %zu inventories, %zu events received", scenario.name.c_str(),
-                               expectations.inventories(), expectations.events()));
+                   scenario.name + ": " +
+                       received_text(expectations.inventories(), expectations.events()));
 }
 
 // -- The wire

@@ -123,3 +123,9 @@ std::string event_line(const Json::Value &event) {
     if (source != "ORB") line += "  from " + source;
     return line;
 }
+
+std::string received_text(std::size_t inventories, std::size_t events) {
+    return format_text("%zu %s, %zu %s received", inventories,
+                       inventories == 1 ? "inventory" : "inventories", events,
+                       events == 1 ? "event" : "events");
+}

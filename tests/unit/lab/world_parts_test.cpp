@@ -248,6 +248,12 @@ TEST(LabPlaces, BuildTreeInstallationAndOwnData) {
     EXPECT_EQ(places.libexec, prefix + "/libexec");
 }
 
+TEST(ReceivedText, OneIsNoPlural) {
+    EXPECT_EQ(received_text(1, 1), "1 inventory, 1 event received");
+    EXPECT_EQ(received_text(0, 2), "0 inventories, 2 events received");
+    EXPECT_EQ(received_text(3, 0), "3 inventories, 0 events received");
+}
+
 TEST(LabOptions, Defaults) {
     char name[] = "orblab";
     char *arguments[] = {name, nullptr};
