@@ -1,11 +1,8 @@
 #include "bmc/BmcServer.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -15,64 +12,14 @@
 
 #include <gtest/gtest.h>
 
+#include "support/BmcMachine.h"
+
 namespace {
 using Bytes = std::vector<std::uint8_t>;
 using namespace std::chrono_literals;
-constexpr int PATIENCE_MS = 20'000; // a test that works never waits so long
 
-// A door-bell read and a read of the message flags, each with its answer.
-const Bytes DOOR_BELL{0x09, 0xE8, 0x81, 0x8E, 0xA0};
-const Bytes NOT_RUNG{0x09, 0xEC, 0x81, 0x00, 0x00, 0x8A, 0xA0};
-const Bytes FLAGS{0x01, 0x18, 0x31, 0xB6, 0xA0};
-const Bytes NO_FLAGS{0x01, 0x1C, 0x31, 0x00, 0x00, 0xB2, 0xA0};
-
-/// The emulator's end of the wire.
-class Machine {
-public:
-    explicit Machine(std::uint16_t port) : fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        connected = ::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
-    }
-    ~Machine() { ::close(fd); }
-    Machine(const Machine &) = delete;
-    Machine &operator=(const Machine &) = delete;
-
-    void send(const Bytes &bytes) const {
-        EXPECT_EQ(::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL),
-                  static_cast<ssize_t>(bytes.size()));
-    }
-    /// @return as many bytes as are wanted; fewer where the connection ends
-    Bytes receive(std::size_t count) const {
-        Bytes bytes(count);
-        std::size_t got = 0;
-        while (got < count && readable(PATIENCE_MS)) {
-            const ssize_t piece = ::recv(fd, bytes.data() + got, count - got, 0);
-            if (piece <= 0) break;
-            got += static_cast<std::size_t>(piece);
-        }
-        bytes.resize(got);
-        return bytes;
-    }
-    Bytes ask(const Bytes &request, std::size_t answerBytes) const {
-        send(request);
-        return receive(answerBytes);
-    }
-    bool isEnded() const {
-        char byte = 0;
-        return readable(PATIENCE_MS) && ::recv(fd, &byte, 1, 0) <= 0;
-    }
-    bool readable(int timeoutMs) const {
-        pollfd wanted{fd, POLLIN, 0};
-        return ::poll(&wanted, 1, timeoutMs) == 1;
-    }
-    bool connected = false;
-
-private:
-    int fd;
-};
+const Bytes DOOR_BELL = bmc_request(9, 0x3A, 0x81), NOT_RUNG = bmc_answer(9, 0x3A, 0x81, 0, {0});
+const Bytes FLAGS = bmc_request(1, 0x06, 0x31), NO_FLAGS = bmc_answer(1, 0x06, 0x31, 0, {0});
 
 class BmcServerTest : public ::testing::Test {
 protected:
@@ -93,10 +40,9 @@ protected:
 } // namespace
 
 TEST_F(BmcServerTest, AnswersDriverAndRmc) {
-    const Machine machine(server.port());
-    ASSERT_TRUE(machine.connected);
-    EXPECT_EQ(machine.ask(FLAGS, NO_FLAGS.size()), NO_FLAGS);
-    EXPECT_EQ(machine.ask(DOOR_BELL, NOT_RUNG.size()), NOT_RUNG);
+    const BmcMachine machine(server.port());
+    EXPECT_EQ(machine.ask(FLAGS), NO_FLAGS);
+    EXPECT_EQ(machine.ask(DOOR_BELL), NOT_RUNG);
     const BMC_STATISTICS counts = server.statistics();
     EXPECT_EQ(counts.connections, 1u);
     EXPECT_EQ(counts.byDriver, 1u);
@@ -106,46 +52,46 @@ TEST_F(BmcServerTest, AnswersDriverAndRmc) {
 }
 
 TEST_F(BmcServerTest, MessageInPiecesIsPutTogether) {
-    const Machine machine(server.port());
+    const BmcMachine machine(server.port());
     machine.send({0xFF, 0x01, 0xA1, 0x09, 0xE8});
-    EXPECT_EQ(machine.ask({0x81, 0x8E, 0xA0}, NOT_RUNG.size()), NOT_RUNG);
+    EXPECT_EQ(machine.ask({0x81, 0x8E, 0xA0}), NOT_RUNG);
 }
 
 TEST_F(BmcServerTest, NewConnectionReplacesTheFormer) {
-    const Machine first(server.port());
-    EXPECT_EQ(first.ask(FLAGS, NO_FLAGS.size()), NO_FLAGS);
-    const Machine second(server.port());
-    EXPECT_EQ(second.ask(FLAGS, NO_FLAGS.size()), NO_FLAGS);
+    const BmcMachine first(server.port());
+    EXPECT_EQ(first.ask(FLAGS), NO_FLAGS);
+    const BmcMachine second(server.port());
+    EXPECT_EQ(second.ask(FLAGS), NO_FLAGS);
     EXPECT_TRUE(first.isEnded());
     EXPECT_EQ(server.statistics().connections, 2u);
 }
 
 TEST_F(BmcServerTest, MachineComesBackAfterALostLink) {
     {
-        const Machine first(server.port());
-        EXPECT_EQ(first.ask(FLAGS, NO_FLAGS.size()), NO_FLAGS);
+        const BmcMachine first(server.port());
+        EXPECT_EQ(first.ask(FLAGS), NO_FLAGS);
         first.send({0x09, 0xE8}); // half a message
     }
-    const Machine second(server.port());
-    EXPECT_EQ(second.ask(DOOR_BELL, NOT_RUNG.size()), NOT_RUNG);
+    const BmcMachine second(server.port());
+    EXPECT_EQ(second.ask(DOOR_BELL), NOT_RUNG);
 }
 
 TEST_F(BmcServerTest, WithheldAnswerGoesOutWhenTheRmcBehavesAgain) {
     behave(true, 0);
-    const Machine machine(server.port());
+    const BmcMachine machine(server.port());
     machine.send(DOOR_BELL);
     ASSERT_TRUE(server.waitFor(
         20s, [](Rmc &used) { return used.wire().lastMeaning() == "door bell: nothing"; }));
-    EXPECT_FALSE(machine.readable(0));
+    EXPECT_FALSE(machine.isReadable(0));
     server.use([](Rmc &used) { used.behave({}); });
     EXPECT_EQ(machine.receive(NOT_RUNG.size()), NOT_RUNG);
 }
 
 TEST_F(BmcServerTest, DelayIsKeptInRealTime) {
     behave(false, 60);
-    const Machine machine(server.port());
+    const BmcMachine machine(server.port());
     const auto began = std::chrono::steady_clock::now();
-    EXPECT_EQ(machine.ask(DOOR_BELL, NOT_RUNG.size()), NOT_RUNG);
+    EXPECT_EQ(machine.ask(DOOR_BELL), NOT_RUNG);
     EXPECT_GE(std::chrono::steady_clock::now() - began, 60ms);
 }
 
@@ -170,8 +116,8 @@ TEST_F(BmcServerTest, WaitForSeesAnothersUse) {
 
 TEST_F(BmcServerTest, StopEndsTheConnectionAndStartServesAgain) {
     const std::uint16_t port = server.port();
-    const Machine machine(port);
-    EXPECT_EQ(machine.ask(FLAGS, NO_FLAGS.size()), NO_FLAGS);
+    const BmcMachine machine(port);
+    EXPECT_EQ(machine.ask(FLAGS), NO_FLAGS);
     server.stop();
     EXPECT_TRUE(machine.isEnded());
     EXPECT_EQ(server.port(), 0);
@@ -179,8 +125,8 @@ TEST_F(BmcServerTest, StopEndsTheConnectionAndStartServesAgain) {
     // The same port at once, though a connection to it has just ended.
     std::string error;
     ASSERT_TRUE(server.start(port, error)) << error;
-    const Machine again(port);
-    EXPECT_EQ(again.ask(FLAGS, NO_FLAGS.size()), NO_FLAGS);
+    const BmcMachine again(port);
+    EXPECT_EQ(again.ask(FLAGS), NO_FLAGS);
 }
 
 TEST_F(BmcServerTest, PortInUseIsRefused) {
@@ -193,15 +139,15 @@ TEST_F(BmcServerTest, PortInUseIsRefused) {
 }
 
 TEST_F(BmcServerTest, GarbageIsSurvived) {
-    const Machine machine(server.port());
+    const BmcMachine machine(server.port());
     machine.send(Bytes(100'000, 0xAA));
     machine.send({0xA0});
-    EXPECT_EQ(machine.ask(FLAGS, NO_FLAGS.size()), NO_FLAGS);
+    EXPECT_EQ(machine.ask(FLAGS), NO_FLAGS);
     EXPECT_EQ(server.statistics().brokenRules, 1u);
 }
 
 TEST_F(BmcServerTest, ReaderThatTakesNothingHoldsNothingUp) {
-    const Machine machine(server.port());
+    const BmcMachine machine(server.port());
     Bytes many;
     for (int i = 0; i < 2000; ++i) many.insert(many.end(), FLAGS.begin(), FLAGS.end());
     std::thread sender([&] { machine.send(many); });
@@ -211,8 +157,8 @@ TEST_F(BmcServerTest, ReaderThatTakesNothingHoldsNothingUp) {
 }
 
 TEST_F(BmcServerTest, DescriptorsAreNotInherited) {
-    const Machine machine(server.port());
-    EXPECT_EQ(machine.ask(FLAGS, NO_FLAGS.size()), NO_FLAGS);
+    const BmcMachine machine(server.port());
+    EXPECT_EQ(machine.ask(FLAGS), NO_FLAGS);
     for (int fd = 3; fd < 64; ++fd) {
         sockaddr_in address{};
         socklen_t length = sizeof address;

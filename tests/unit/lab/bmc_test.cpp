@@ -6,34 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include "support/BmcMachine.h"
+
 namespace {
 using Bytes = std::vector<std::uint8_t>;
 constexpr std::int64_t MS = 1'000'000, SECOND = 1000 * MS;
-
-/// A request's bytes: an answer's are the same but for the response bit and the completion code,
-/// which stands where a request's first data byte does.
-Bytes request_bytes(std::uint8_t sequence, std::uint8_t netfn, std::uint8_t cmd, Bytes data = {},
-                    std::uint8_t lun = 0) {
-    Bytes bytes{sequence, static_cast<std::uint8_t>(netfn << 2 | lun), cmd};
-    bytes.insert(bytes.end(), data.begin(), data.end());
-    std::uint8_t sum = 0;
-    for (const std::uint8_t byte : bytes) sum = static_cast<std::uint8_t>(sum + byte);
-    bytes.push_back(static_cast<std::uint8_t>(0 - sum));
-    Bytes sent;
-    for (const std::uint8_t byte : bytes) {
-        const bool special = byte == 0xA0 || byte == 0xA1 || byte == 0xAA;
-        if (special) sent.push_back(0xAA);
-        sent.push_back(static_cast<std::uint8_t>(special ? byte | 0x10 : byte));
-    }
-    sent.push_back(0xA0);
-    return sent;
-}
-
-Bytes answer_bytes(std::uint8_t sequence, std::uint8_t netfn, std::uint8_t cmd,
-                   std::uint8_t completionCode, Bytes data = {}, std::uint8_t lun = 0) {
-    data.insert(data.begin(), completionCode);
-    return request_bytes(sequence, static_cast<std::uint8_t>(netfn | 1), cmd, data, lun);
-}
 
 Bytes joined(Bytes first, const Bytes &second) {
     first.insert(first.end(), second.begin(), second.end());
@@ -109,8 +86,8 @@ protected:
         behaviour.delayMs = delayMs;
         rmc.behave(behaviour);
     }
-    const Bytes doorBell = request_bytes(9, 0x3A, 0x81);
-    const Bytes doorBellAnswer = answer_bytes(9, 0x3A, 0x81, 0, {0});
+    const Bytes doorBell = bmc_request(9, 0x3A, 0x81);
+    const Bytes doorBellAnswer = bmc_answer(9, 0x3A, 0x81, 0, {0});
     Rmc rmc;
     Bmc bmc{rmc};
 };
@@ -121,9 +98,9 @@ TEST_P(BmcCommands, AreAnswered) {
     Rmc rmc;
     Bmc bmc(rmc);
     const CommandCase &row = GetParam();
-    bmc.take(request_bytes(0x42, row.netfn, row.cmd, row.data), SECOND);
+    bmc.take(bmc_request(0x42, row.netfn, row.cmd, row.data), SECOND);
     EXPECT_EQ(bmc.takeOutput(),
-              answer_bytes(0x42, row.netfn, row.cmd, row.completionCode, row.answer));
+              bmc_answer(0x42, row.netfn, row.cmd, row.completionCode, row.answer));
     EXPECT_TRUE(rmc.takeViolations().empty());
     EXPECT_FALSE(bmc.dueNs());
 }
@@ -131,26 +108,26 @@ INSTANTIATE_TEST_SUITE_P(Driver, BmcCommands, ::testing::ValuesIn(COMMANDS),
                          [](const auto &row) { return std::string(row.param.name); });
 
 TEST_F(BmcTest, EnablesAreRememberedAndTurnInterruptsOnAndOff) {
-    EXPECT_EQ(ask(request_bytes(1, 0x06, 0x2E, {0x0B})),
-              joined({0x05, 0xA1}, answer_bytes(1, 0x06, 0x2E, 0)));
-    EXPECT_EQ(ask(request_bytes(2, 0x06, 0x2F)), answer_bytes(2, 0x06, 0x2F, 0, {0x0B}));
-    EXPECT_EQ(ask(request_bytes(3, 0x06, 0x2E, {0x0A})),
-              joined({0x06, 0xA1}, answer_bytes(3, 0x06, 0x2E, 0)));
+    EXPECT_EQ(ask(bmc_request(1, 0x06, 0x2E, {0x0B})),
+              joined({0x05, 0xA1}, bmc_answer(1, 0x06, 0x2E, 0)));
+    EXPECT_EQ(ask(bmc_request(2, 0x06, 0x2F)), bmc_answer(2, 0x06, 0x2F, 0, {0x0B}));
+    EXPECT_EQ(ask(bmc_request(3, 0x06, 0x2E, {0x0A})),
+              joined({0x06, 0xA1}, bmc_answer(3, 0x06, 0x2E, 0)));
     EXPECT_EQ(bmc.globalEnables(), 0x0A);
 }
 
 TEST_F(BmcTest, LostLinkKeepsWhatTheDriverHasSetUp) {
     bmc.connect();
     EXPECT_TRUE(bmc.takeOutput().empty());
-    ask(request_bytes(1, 0x06, 0x2E, {0x09}));
+    ask(bmc_request(1, 0x06, 0x2E, {0x09}));
     bmc.connect();
     EXPECT_EQ(bmc.takeOutput(), (Bytes{0x05, 0xA1}));
     EXPECT_EQ(bmc.globalEnables(), 0x09);
 }
 
 TEST_F(BmcTest, ResetForgetsEnablesAndTransfer) {
-    ask(request_bytes(1, 0x06, 0x2E, {0x09}));
-    ask(request_bytes(2, 0x3A, 0x80, first_message()));
+    ask(bmc_request(1, 0x06, 0x2E, {0x09}));
+    ask(bmc_request(2, 0x3A, 0x80, first_message()));
     ASSERT_TRUE(rmc.wire().isTransferOpen());
     EXPECT_EQ(ask({0x04, 0xA1}), (Bytes{0x06, 0xA1}));
     EXPECT_EQ(bmc.globalEnables(), 0x08);
@@ -159,12 +136,12 @@ TEST_F(BmcTest, ResetForgetsEnablesAndTransfer) {
 }
 
 TEST_F(BmcTest, NewConnectionForgetsTheOpenTransferAndHalfAMessage) {
-    ask(request_bytes(2, 0x3A, 0x80, first_message()));
+    ask(bmc_request(2, 0x3A, 0x80, first_message()));
     ask({0x01, 0x18});
     bmc.connect();
     EXPECT_FALSE(rmc.wire().isTransferOpen());
-    EXPECT_EQ(ask(request_bytes(3, 0x3A, 0x80, first_message())),
-              answer_bytes(3, 0x3A, 0x80, 0, {0, 2, 0, 0}));
+    EXPECT_EQ(ask(bmc_request(3, 0x3A, 0x80, first_message())),
+              bmc_answer(3, 0x3A, 0x80, 0, {0, 2, 0, 0}));
     EXPECT_TRUE(rmc.takeViolations().empty());
 }
 
@@ -181,9 +158,9 @@ TEST_F(BmcTest, UnknownControlVersionAndLunAreToldToTheRmc) {
                                         "controller's wire: a version other than 1",
                                     }));
     EXPECT_EQ(bmc.statistics().brokenRules, 3u);
-    EXPECT_EQ(ask(request_bytes(1, 0x3A, 0x81, {}, 2)), answer_bytes(1, 0x3A, 0x81, 0xC2, {}, 2));
+    EXPECT_EQ(ask(bmc_request(1, 0x3A, 0x81, {}, 2)), bmc_answer(1, 0x3A, 0x81, 0xC2, {}, 2));
     EXPECT_EQ(rmc.takeViolations(), std::vector<std::string>{"address: lun 2"});
-    EXPECT_EQ(ask(request_bytes(2, 0x06, 0x2F, {}, 3)), answer_bytes(2, 0x06, 0x2F, 0xC2, {}, 3));
+    EXPECT_EQ(ask(bmc_request(2, 0x06, 0x2F, {}, 3)), bmc_answer(2, 0x06, 0x2F, 0xC2, {}, 3));
     EXPECT_TRUE(rmc.takeViolations().empty());
 }
 
@@ -212,37 +189,37 @@ TEST_F(BmcTest, WithheldAnswerGoesOutWhenTheRmcBehavesAgain) {
 
 TEST_F(BmcTest, NextRequestShowsThatTheFormerIsGivenUp) {
     behave(true, 0);
-    ask(request_bytes(1, 0x3A, 0x80, first_message()));
+    ask(bmc_request(1, 0x3A, 0x80, first_message()));
     ASSERT_TRUE(rmc.wire().isTransferOpen());
     rmc.behave({});
-    EXPECT_EQ(ask(request_bytes(2, 0x3A, 0x80, first_message()), 5 * SECOND),
-              answer_bytes(2, 0x3A, 0x80, 0, {0, 2, 0, 0}));
+    EXPECT_EQ(ask(bmc_request(2, 0x3A, 0x80, first_message()), 5 * SECOND),
+              bmc_answer(2, 0x3A, 0x80, 0, {0, 2, 0, 0}));
     EXPECT_EQ(bmc.statistics().givenUp, 1u);
     EXPECT_TRUE(rmc.takeViolations().empty());
 }
 
 TEST_F(BmcTest, AnswerBehindTheInterfacesPatienceEndsTheTransfer) {
     behave(true, 0);
-    ask(request_bytes(1, 0x3A, 0x80, first_message()));
+    ask(bmc_request(1, 0x3A, 0x80, first_message()));
     rmc.behave({});
     bmc.sendDue(SECOND + Bmc::INTERFACE_PATIENCE_NS);
-    EXPECT_EQ(bmc.takeOutput(), answer_bytes(1, 0x3A, 0x80, 0, {0, 1, 0, 0}));
+    EXPECT_EQ(bmc.takeOutput(), bmc_answer(1, 0x3A, 0x80, 0, {0, 1, 0, 0}));
     EXPECT_FALSE(rmc.wire().isTransferOpen());
     EXPECT_EQ(bmc.statistics().givenUp, 1u);
 }
 
 TEST_F(BmcTest, DriverIsAnsweredWhileTheRmcIsSilent) {
     behave(true, 0);
-    EXPECT_EQ(ask(request_bytes(1, 0x06, 0x31)), answer_bytes(1, 0x06, 0x31, 0, {0}));
+    EXPECT_EQ(ask(bmc_request(1, 0x06, 0x31)), bmc_answer(1, 0x06, 0x31, 0, {0}));
 }
 
 TEST_F(BmcTest, StatisticsTellDriverAndRmcApart) {
     bmc.connect();
-    ask(request_bytes(1, 0x06, 0x2F));
-    ask(request_bytes(2, 0x06, 0x31));
+    ask(bmc_request(1, 0x06, 0x2F));
+    ask(bmc_request(2, 0x06, 0x31));
     ask(doorBell);
-    ask(request_bytes(3, 0x3A, 0x80, first_message()), 7 * SECOND);
-    ask(request_bytes(4, 0x3A, 0x80, first_message()), 8 * SECOND);
+    ask(bmc_request(3, 0x3A, 0x80, first_message()), 7 * SECOND);
+    ask(bmc_request(4, 0x3A, 0x80, first_message()), 8 * SECOND);
     const BMC_STATISTICS counts = bmc.statistics();
     EXPECT_EQ(counts.connections, 1u);
     EXPECT_EQ(counts.requests, 5u);
@@ -264,6 +241,6 @@ TEST_F(BmcTest, ObserverSeesWhatTheRmcSees) {
         meanings.push_back(rmc.wire().lastMeaning());
     };
     ask(doorBell);
-    ask(request_bytes(1, 0x06, 0x31));
+    ask(bmc_request(1, 0x06, 0x31));
     EXPECT_EQ(meanings, std::vector<std::string>{"door bell: nothing"});
 }

@@ -1,6 +1,5 @@
 #include "bmc/BmcWire.h"
 
-#include <numeric>
 #include <ostream>
 #include <string>
 #include <variant>
@@ -8,24 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include "support/BmcMachine.h"
+
 namespace {
 using Bytes = std::vector<std::uint8_t>;
-
-/// A message as an emulator sends it: head and data, then the checksum, escaped, with its end byte.
-Bytes sent(Bytes bytes) {
-    bytes.push_back(static_cast<std::uint8_t>(0 - std::accumulate(bytes.begin(), bytes.end(), 0u)));
-    Bytes escaped;
-    for (const std::uint8_t byte : bytes) {
-        if (byte == 0xA0 || byte == 0xA1 || byte == 0xAA) {
-            escaped.push_back(0xAA);
-            escaped.push_back(static_cast<std::uint8_t>(byte + 0x10));
-        } else {
-            escaped.push_back(byte);
-        }
-    }
-    escaped.push_back(0xA0);
-    return escaped;
-}
 
 struct RequestCase {
     const char *name;
@@ -110,7 +95,7 @@ TEST_P(BmcBrokenFrames, AreNamedAndSurvived) {
     EXPECT_EQ(reader.violationCount(), 1u);
     EXPECT_EQ(reader.takeViolations(),
               std::vector<std::string>{std::string("controller's wire: ") + GetParam().violation});
-    reader.take(sent({0x05, 0x18, 0x01}));
+    reader.take(bmc_frame({0x05, 0x18, 0x01}));
     const auto item = reader.next();
     ASSERT_TRUE(item && std::holds_alternative<BMC_REQUEST>(*item));
     EXPECT_EQ(std::get<BMC_REQUEST>(*item).sequence, 5);
@@ -122,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(Wire, BmcBrokenFrames, ::testing::ValuesIn(BROKEN),
 TEST(BmcWireReader, ControlsAndRequestsComeInOrder) {
     BmcWireReader reader;
     Bytes stream{0xFF, 0x01, 0xA1, 0x08, 0x3F, 0xA1, 0x04, 0xA1};
-    const Bytes request = sent({0x01, 0xE8, 0x81});
+    const Bytes request = bmc_frame({0x01, 0xE8, 0x81});
     stream.insert(stream.end(), request.begin(), request.end());
     reader.take(stream);
     for (const BMC_CONTROL &wanted :
@@ -141,10 +126,10 @@ TEST(BmcWireReader, LongestMessageIsTakenAndOneByteMoreIsNot) {
     BmcWireReader reader;
     Bytes bytes{0x01, 0xE8, 0x80};
     bytes.resize(BmcWireReader::MESSAGE_LIMIT - 1, 0x11);
-    reader.take(sent(bytes));
+    reader.take(bmc_frame(bytes));
     ASSERT_TRUE(reader.next());
     bytes.push_back(0x11);
-    reader.take(sent(bytes));
+    reader.take(bmc_frame(bytes));
     EXPECT_FALSE(reader.next());
     EXPECT_EQ(reader.takeViolations(),
               std::vector<std::string>{"controller's wire: more than 300 bytes"});
@@ -179,7 +164,7 @@ TEST(BmcWireReader, ResetForgetsHalfAMessage) {
     BmcWireReader reader;
     reader.take(Bytes{0x01, 0x02, 0xAA});
     reader.reset();
-    reader.take(sent({0x05, 0x18, 0x01}));
+    reader.take(bmc_frame({0x05, 0x18, 0x01}));
     EXPECT_TRUE(reader.next());
     EXPECT_TRUE(reader.takeViolations().empty());
 }
