@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/format_text.h"
+#include "world/RmcAlone.h"
 #include "world/World.h"
 #include "world/lab_options.h"
 
@@ -85,6 +86,14 @@ int main(int argc, char **argv) {
     const LAB_PLACES places = find_lab_places(options.data);
     if (options.listScenarios) return told(list_scenarios(places));
 
+    LabOutputs::STYLE style;
+    style.quiet = options.quiet;
+    style.json = options.json;
+    style.progress = ::isatty(STDOUT_FILENO) == 1;
+    if (options.bmcPort)
+        return RmcAlone({*options.bmcPort, places.schemas, options.output, options.commands, style})
+            .run();
+
     WORLD_SETTINGS settings;
     if (!read_scenario(scenario_file(options, places), settings.scenario, error)) {
         LabOutputs::complain(error);
@@ -105,8 +114,6 @@ int main(int argc, char **argv) {
     settings.realHost = options.linuxHost;
     settings.readStandardInput = !options.once;
     settings.commandFifo = options.commands;
-    settings.style.quiet = options.quiet;
-    settings.style.json = options.json;
-    settings.style.progress = ::isatty(STDOUT_FILENO) == 1;
+    settings.style = style;
     return World(std::move(settings)).run();
 }

@@ -1,9 +1,6 @@
 #include "world/World.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/file.h>
-#include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,12 +19,7 @@
 namespace {
 constexpr std::int64_t NS = 1'000'000'000;
 constexpr int LOG_EVERY_MS = 50; // how often the daemon's log is looked at
-constexpr std::size_t SHOWN_LIMIT = 1000;
-
-template <typename Text> void keep_some(std::vector<std::string> &list, Text &&text) {
-    if (list.size() == SHOWN_LIMIT) list.erase(list.begin());
-    list.push_back(std::forward<Text>(text));
-}
+constexpr std::size_t FAULT_LIMIT = 1000;
 } // namespace
 
 World::World(WORLD_SETTINGS wanted)
@@ -46,53 +38,11 @@ World::~World() {
     }
     closeConnections();
     if (control >= 0) ::close(control);
-    if (folderLock >= 0) ::close(folderLock);
-    if (signalFd >= 0) {
-        ::close(signalFd);
-        // A reader that went away has been told of; its signal must not end the process now.
-        sigset_t pipe;
-        sigemptyset(&pipe);
-        sigaddset(&pipe, SIGPIPE);
-        const timespec atOnce{};
-        while (::sigtimedwait(&pipe, nullptr, &atOnce) == SIGPIPE) {
-        }
-        ::sigprocmask(SIG_SETMASK, &formerSignals, nullptr);
-    }
-}
-
-bool World::takeSignals() {
-    sigset_t wanted;
-    sigemptyset(&wanted);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&wanted, signal);
-    std::signal(SIGCHLD, SIG_DFL); // ignored children could not be waited for
-    signalFd = ::signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
-    sigaddset(&wanted, SIGPIPE);
-    sigaddset(&wanted, SIGTTIN); // a read in the background fails instead of stopping the lab
-    ::sigprocmask(SIG_BLOCK, &wanted, &formerSignals);
-    return signalFd >= 0;
-}
-
-bool World::takeFolder(std::string &error) {
-    std::error_code failure;
-    std::filesystem::create_directories(settings.outputFolder, failure);
-    if (failure) {
-        error = settings.outputFolder + ": " + failure.message();
-        return false;
-    }
-    folderLock = ::open(settings.outputFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folderLock >= 0 && ::flock(folderLock, LOCK_EX | LOCK_NB) == 0) return true;
-    error = settings.outputFolder + ": " +
-            (errno == EWOULDBLOCK ? "is in use by another orblab" : std::strerror(errno));
-    return false;
 }
 
 bool World::prepare(std::string &error) {
-    if (!takeSignals()) {
-        error = std::string("signals: ") + std::strerror(errno);
-        return false;
-    }
-    if (!takeFolder(error) || !root.prepare(settings.keep, error) ||
-        !outputs.open(settings.outputFolder, error) ||
+    if (!signals.take(error) || !folder.take(settings.outputFolder, error) ||
+        !root.prepare(settings.keep, error) || !outputs.open(settings.outputFolder, error) ||
         !rmc.loadSchemas(settings.places.schemas, error))
         return false;
 
@@ -144,15 +94,13 @@ int World::pollTimeoutMs() const {
 
 void World::loop() {
     while (state != Life::ENDED) {
-        std::vector<pollfd> wanted{{signalFd, POLLIN, 0}};
+        std::vector<pollfd> wanted{{signals.descriptor(), POLLIN, 0}};
         if (control >= 0) wanted.push_back({control, POLLIN, 0});
         for (const CONNECTION &each : connections) wanted.push_back({each.fd, POLLIN, 0});
         inputs.addTo(wanted);
         ::poll(wanted.data(), wanted.size(), pollTimeoutMs());
 
-        signalfd_siginfo signal{};
-        while (::read(signalFd, &signal, sizeof signal) == sizeof signal)
-            if (signal.ssi_signo != SIGCHLD) finish(true, "asked to end");
+        if (signals.isAskedToEnd()) finish(true, "asked to end");
         acceptConnections();
         for (std::size_t i = 0; i < connections.size();) {
             if (serve(connections[i])) {
@@ -296,18 +244,18 @@ void World::sendDueAnswers() {
 void World::receive() {
     for (const std::string &violation : rmc.takeViolations()) {
         outputs.violation(now(), violation);
-        keep_some(shownViolations, violation);
-        if (faults.size() < SHOWN_LIMIT) faults.push_back("message to the RMC: " + violation);
+        received.violation(violation);
+        if (faults.size() < FAULT_LIMIT) faults.push_back("message to the RMC: " + violation);
     }
     for (const RMC_DOCUMENT &each : rmc.takeInventories()) {
         expectations.inventory(each.value);
-        latestInventory = each.text;
+        received.inventory(each.text);
         unexpectedEnds = 0;
         outputs.inventory(now(), each, transferMessages);
     }
     for (const RMC_DOCUMENT &each : rmc.takeEvents()) {
         expectations.event(each.value);
-        keep_some(shownEvents, each.text);
+        received.event(each.text);
         outputs.event(now(), each);
     }
 }

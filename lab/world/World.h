@@ -1,6 +1,5 @@
 #pragma once
 
-#include <signal.h>
 #include <sys/types.h>
 
 #include <atomic>
@@ -18,6 +17,9 @@
 #include "world/DaemonLog.h"
 #include "world/Expectations.h"
 #include "world/LabOutputs.h"
+#include "world/LabSignals.h"
+#include "world/OutputFolder.h"
+#include "world/ReceivedSoFar.h"
 #include "world/Scenario.h"
 #include "world/host_root.h"
 #include "world/lab_command.h"
@@ -63,8 +65,6 @@ private:
         bool ownsTransfer = false;         // sent the last message of the open transfer
     };
 
-    bool takeSignals();
-    bool takeFolder(std::string &error); // two labs in one folder would spoil each other's files
     bool prepare(std::string &error);
     bool makeRealHost(std::string &error);
     void loop();
@@ -90,7 +90,6 @@ private:
     bool runCommand(const std::string &line, std::string &error);
     bool runLifeCommand(const LAB_COMMAND &command, std::string &error);
     bool setFact(const LAB_COMMAND &command, std::string &error);
-    void show(const std::string &subject);
     void readLog();
     void finish(bool good, const std::string &why);
     void conclude();
@@ -107,8 +106,8 @@ private:
     std::vector<LogTail> logs;
     DaemonProgress progress;
 
-    sigset_t formerSignals{};
-    int signalFd = -1, folderLock = -1;
+    LabSignals signals;
+    OutputFolder folder;
 
     pid_t life = -1;
     int lives = 0, control = -1;
@@ -128,6 +127,6 @@ private:
     std::vector<bool> stepLogSeen; // by step: its text has come up in the log
     bool finishing = false, good = true;
     std::string reason;
-    std::vector<std::string> faults, shownEvents, shownViolations;
-    std::string latestInventory;
+    std::vector<std::string> faults;
+    ReceivedSoFar received;
 };

@@ -12,11 +12,9 @@
 #include <sstream>
 
 #include "core/format_text.h"
-#include "core/json_text.h"
 #include "core/number_readers.h"
 #include "life/DaemonLife.h"
 #include "world/World.h"
-#include "world/summary.h"
 
 namespace {
 constexpr std::int64_t NS = 1'000'000'000;
@@ -94,7 +92,7 @@ bool World::startLife() {
     its.answerFromMemory = settings.answerFromMemory;
     its.lineCount = settings.lineCount;
     // A request to end that comes before the daemon is ready for it waits until it is.
-    its.signalMask = formerSignals;
+    its.signalMask = signals.formerMask();
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&its.signalMask, signal);
     life = begin_life(its);
     ::close(ends[0]);
@@ -220,7 +218,7 @@ bool World::runCommand(const std::string &line, std::string &error) {
     case Kind::NOTHING:
         return true;
     case Kind::HELP:
-        outputs.note(now(), LAB_COMMAND_HELP);
+        outputs.note(now(), lab_command_help(true));
         return true;
     case Kind::DOOR_BELL:
         rmc.wire().ringDoorBell();
@@ -237,7 +235,7 @@ bool World::runCommand(const std::string &line, std::string &error) {
     case Kind::SET:
         return setFact(command, error);
     case Kind::SHOW:
-        show(command.subject);
+        outputs.note(now(), received.shown(command.subject));
         return true;
     case Kind::QUIT:
         finish(true, "asked to end");
@@ -293,22 +291,4 @@ bool World::setFact(const LAB_COMMAND &command, std::string &error) {
     }
     return root.writeFacts(scenario, error) &&
            root.writeIdentity(host, bootTime, settings.realHost, error);
-}
-
-void World::show(const std::string &subject) {
-    std::string text;
-    if (subject == "events") {
-        for (const std::string &each : shownEvents) {
-            Json::Value event;
-            parse_json(each, event);
-            text += event_line(event) + "\n";
-        }
-    } else if (subject == "violations") {
-        for (const std::string &each : shownViolations) text += each + "\n";
-    } else {
-        Json::Value document;
-        if (!latestInventory.empty() && parse_json(latestInventory, document))
-            text = subject == "summary" ? summary_text(document) : document.toStyledString();
-    }
-    outputs.note(now(), text.empty() ? "no " + subject + " yet" : text);
 }

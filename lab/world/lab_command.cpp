@@ -118,21 +118,41 @@ bool parse_set(const std::vector<std::string> &words, LAB_COMMAND &command, std:
     }
     return error.empty();
 }
-} // namespace
 
-const char LAB_COMMAND_HELP[] =
+constexpr const char *HELP_ON_RMC =
     "door-bell [generic]          the RMC asks for a fresh inventory\n"
     "rmc status N | exit N | completion N | delay MS | handle N | short N | silent | normal\n"
-    "    [skip K] [times T]       bend the answers: all, behind the first K, T times\n"
+    "    [skip K] [times T]       bend the answers: all, behind the first K, T times\n";
+constexpr const char *HELP_ON_SERVER =
     "restart daemon               stop it in order and start it again\n"
     "crash daemon                 end it at once; it starts again\n"
     "reboot host [SECONDS]        stop the daemon, stay down, boot\n"
     "crash host [SECONDS]         power lost, stay down, boot\n"
     "set host name X | os X | version X | memory MB | free MB | address A[,B] or none\n"
     "set esxtop works | fails | empty | garbled\n"
-    "set ipmi on | off            the IPMI device comes and goes\n"
-    "show inventory | events | violations | summary\n"
-    "quit\n";
+    "set ipmi on | off            the IPMI device comes and goes\n";
+constexpr const char *HELP_ON_THE_REST = "show inventory | events | violations | summary\n"
+                                         "help\n"
+                                         "quit\n";
+} // namespace
+
+std::string lab_command_help(bool withServer) {
+    return std::string(HELP_ON_RMC) + (withServer ? HELP_ON_SERVER : "") + HELP_ON_THE_REST;
+}
+
+bool is_about_server(const LAB_COMMAND &command) {
+    using Kind = LAB_COMMAND::Kind;
+    switch (command.kind) {
+    case Kind::RESTART_DAEMON:
+    case Kind::CRASH_DAEMON:
+    case Kind::REBOOT_HOST:
+    case Kind::CRASH_HOST:
+    case Kind::SET:
+        return true;
+    default:
+        return false;
+    }
+}
 
 bool is_esxtop_mode(const std::string &text) {
     return text == "works" || text == "fails" || text == "empty" || text == "garbled";

@@ -32,4 +32,8 @@ bool parse_lab_command(const std::string &line, LAB_COMMAND &command, std::strin
 
 bool is_esxtop_mode(const std::string &text); ///< works, fails, empty, garbled
 
-extern const char LAB_COMMAND_HELP[]; ///< a few lines, for a person
+/// Whether it is about the simulated server or its daemon, not about the RMC alone.
+bool is_about_server(const LAB_COMMAND &command);
+
+/// A few lines, for a person. @param withServer  false: the RMC is alone
+std::string lab_command_help(bool withServer);

@@ -7,6 +7,7 @@
 
 const char LAB_USAGE[] =
     "Usage: orblab [OPTION...]\n"
+    "       orblab --bmc PORT [--output DIR] [--commands FIFO] [--data DIR] [--quiet] [--json]\n"
     "Runs the daemon on a simulated rack server and shows what its RMC receives.\n"
     "\n"
     "  --scenario NAME|FILE  the server and what happens to it (default: first-generation)\n"
@@ -21,6 +22,8 @@ const char LAB_USAGE[] =
     "  --data DIR            take scenarios, schemas and commands from DIR\n"
     "  --quiet               print errors only\n"
     "  --json                print one JSON object a line\n"
+    "  --bmc PORT            serve the RMC alone, as the controller of a virtual machine, on\n"
+    "                        127.0.0.1:PORT (0: any, which is told)\n"
     "  --version, --help\n";
 
 namespace {
@@ -31,6 +34,14 @@ bool read_speed(const char *text, double &speed) {
     if (fault != std::errc() || at != end || !(value >= 0.1 && value <= 1e6)) return false;
     speed = value;
     return true;
+}
+
+std::optional<std::uint16_t> read_port(const char *text) {
+    const char *end = text + std::strlen(text);
+    std::uint16_t value = 0;
+    const auto [at, fault] = std::from_chars(text, end, value);
+    if (fault != std::errc() || at != end) return std::nullopt;
+    return value;
 }
 } // namespace
 
@@ -47,6 +58,7 @@ bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string 
         DATA,
         QUIET,
         JSON,
+        BMC,
         VERSION,
         HELP
     };
@@ -61,20 +73,25 @@ bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string 
                                        {"data", required_argument, nullptr, DATA},
                                        {"quiet", no_argument, nullptr, QUIET},
                                        {"json", no_argument, nullptr, JSON},
+                                       {"bmc", required_argument, nullptr, BMC},
                                        {"version", no_argument, nullptr, VERSION},
                                        {"help", no_argument, nullptr, HELP},
                                        {nullptr, 0, nullptr, 0}};
     ::optind = 0; // starts anew, whoever parsed before
     ::opterr = 0;
+    const char *aboutServer = nullptr; // an option that the RMC alone has no use for
     for (int found = 0; (found = ::getopt_long(argc, argv, ":", TABLE, nullptr)) != -1;) {
         switch (found) {
         case SCENARIO:
+            aboutServer = "--scenario";
             options.scenario = ::optarg;
             break;
         case LIST:
+            aboutServer = "--list-scenarios";
             options.listScenarios = true;
             break;
         case HOST:
+            aboutServer = "--host";
             if (std::strcmp(::optarg, "linux") != 0) {
                 error = std::string("--host ") + ::optarg + ": only linux is known";
                 return false;
@@ -82,6 +99,7 @@ bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string 
             options.linuxHost = true;
             break;
         case SPEED:
+            aboutServer = "--speed";
             if (!read_speed(::optarg, options.speed)) {
                 error =
                     std::string("--speed ") + ::optarg + ": must be a number from 0.1 to 1000000";
@@ -89,12 +107,14 @@ bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string 
             }
             break;
         case ONCE:
+            aboutServer = "--once";
             options.once = true;
             break;
         case OUTPUT:
             options.output = ::optarg;
             break;
         case KEEP:
+            aboutServer = "--keep";
             options.keep = true;
             break;
         case COMMANDS:
@@ -113,6 +133,11 @@ bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string 
         case JSON:
             options.json = true;
             break;
+        case BMC:
+            options.bmcPort = read_port(::optarg);
+            if (options.bmcPort) break;
+            error = std::string("--bmc ") + ::optarg + ": must be a port from 0 to 65535";
+            return false;
         case VERSION:
             options.version = true;
             break;
@@ -134,6 +159,11 @@ bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string 
     }
     if (::optind < argc) {
         error = std::string(argv[::optind]) + ": unexpected argument";
+        return false;
+    }
+    if (options.bmcPort && aboutServer != nullptr) {
+        error = std::string("--bmc: has no simulated server, so ") + aboutServer +
+                " means nothing with it";
         return false;
     }
     if (options.output.empty() || options.scenario.empty()) {

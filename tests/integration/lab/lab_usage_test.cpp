@@ -39,6 +39,14 @@ const UsageCase USAGES[] = {
     {"OtherHost",
      {"--host", "bsd"},
      "orblab: --host bsd: only linux is known\nTry orblab --help.\n"},
+    {"BmcWithoutPort", {"--bmc"}, "orblab: --bmc: needs a value\nTry orblab --help.\n"},
+    {"BmcPort",
+     {"--bmc", "65536"},
+     "orblab: --bmc 65536: must be a port from 0 to 65535\nTry orblab --help.\n"},
+    {"BmcOnce",
+     {"--bmc", "0", "--once"},
+     "orblab: --bmc: has no simulated server, so --once means nothing with it\n"
+     "Try orblab --help.\n"},
     {"EmptyOutput", {"--output", ""}, "orblab: --output: needs a folder\nTry orblab --help.\n"},
 };
 void PrintTo(const UsageCase &row, std::ostream *os) {
@@ -67,7 +75,7 @@ TEST(LabProgram, HelpNamesEveryOption) {
     EXPECT_EQ(lab.run({"--help"}), 0);
     for (const char *option :
          {"--scenario", "--list-scenarios", "--host linux", "--speed", "--once", "--output",
-          "--keep", "--commands", "--data", "--quiet", "--json", "--version", "--help"})
+          "--keep", "--commands", "--data", "--quiet", "--json", "--bmc", "--version", "--help"})
         EXPECT_NE(lab.out().find(option), std::string::npos) << option;
 }
 

@@ -92,8 +92,31 @@ TEST(LabCommand, Errors) {
 }
 
 TEST(LabCommand, HelpNamesEachVerb) {
-    const std::string help = LAB_COMMAND_HELP;
+    const std::string help = lab_command_help(true);
     for (const char *verb : {"door-bell", "rmc", "restart daemon", "crash daemon", "reboot host",
                              "crash host", "set", "show", "quit"})
         EXPECT_NE(help.find(verb), std::string::npos) << verb;
+}
+
+TEST(LabCommand, HelpOnTheRmcAloneNamesNothingOfTheServer) {
+    const std::string help = lab_command_help(false);
+    for (const char *verb : {"door-bell", "rmc", "show", "help", "quit"})
+        EXPECT_NE(help.find(verb), std::string::npos) << verb;
+    for (const char *verb : {"daemon", "host", "set "})
+        EXPECT_EQ(help.find(verb), std::string::npos) << verb;
+}
+
+TEST(LabCommand, KnowsWhatIsAboutTheServer) {
+    const auto isAboutServer = [](const std::string &line) {
+        LAB_COMMAND command;
+        std::string error;
+        EXPECT_TRUE(parse_lab_command(line, command, error)) << error;
+        return is_about_server(command);
+    };
+    for (const char *line : {"restart daemon", "crash daemon", "reboot host", "crash host 2",
+                             "set host name x", "set ipmi off"})
+        EXPECT_TRUE(isAboutServer(line)) << line;
+    for (const char *line : {"", "# set", "door-bell", "door-bell generic", "rmc silent",
+                             "show events", "help", "quit"})
+        EXPECT_FALSE(isAboutServer(line)) << line;
 }

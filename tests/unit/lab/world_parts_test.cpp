@@ -1,7 +1,10 @@
+#include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -12,6 +15,9 @@
 #include "world/DaemonLog.h"
 #include "world/Expectations.h"
 #include "world/LabOutputs.h"
+#include "world/LabSignals.h"
+#include "world/OutputFolder.h"
+#include "world/ReceivedSoFar.h"
 #include "world/host_root.h"
 #include "world/lab_options.h"
 #include "world/lab_places.h"
@@ -281,6 +287,100 @@ TEST(LabOptions, All) {
     EXPECT_EQ(options.scenario + options.output + options.commands + options.data, "xofd");
     EXPECT_EQ(options.speed, 0.5);
     EXPECT_TRUE(options.once && options.keep && options.quiet && options.json && options.linuxHost);
+}
+
+TEST(LabOptions, BmcPort) {
+    for (const auto &[text, port] : std::map<std::string, int>{{"0", 0},
+                                                               {"1", 1},
+                                                               {"65535", 65535},
+                                                               {"65536", -1},
+                                                               {"-1", -1},
+                                                               {"", -1},
+                                                               {" 1", -1},
+                                                               {"1x", -1},
+                                                               {"+1", -1},
+                                                               {"0x10", -1}}) {
+        std::string words[] = {"orblab", "--bmc", text};
+        char *arguments[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
+        LAB_OPTIONS options;
+        std::string error;
+        EXPECT_EQ(parse_lab_options(3, arguments, options, error), port >= 0) << text;
+        if (port >= 0) {
+            EXPECT_EQ(options.bmcPort, port);
+        } else {
+            EXPECT_EQ(error, "--bmc " + text + ": must be a port from 0 to 65535");
+        }
+    }
+}
+
+TEST(LabOptions, BmcRefusesWhatIsAboutTheServer) {
+    for (const std::string word : {"--scenario=small", "--list-scenarios", "--host=linux",
+                                   "--speed=20", "--once", "--keep"}) {
+        for (const bool first : {true, false}) {
+            std::string words[] = {"orblab", first ? word : "--bmc=0", first ? "--bmc=0" : word};
+            char *arguments[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
+            LAB_OPTIONS options;
+            std::string error;
+            EXPECT_FALSE(parse_lab_options(3, arguments, options, error)) << word;
+            EXPECT_EQ(error, "--bmc: has no simulated server, so " +
+                                 word.substr(0, word.find('=')) + " means nothing with it");
+        }
+    }
+}
+
+TEST(ReceivedSoFar, ShowsWhatCameLast) {
+    ReceivedSoFar received;
+    for (const char *subject : {"inventory", "summary", "events", "violations"})
+        EXPECT_EQ(received.shown(subject), std::string("no ") + subject + " yet");
+    received.inventory(R"({"a":1})");
+    received.inventory(DOCUMENT);
+    EXPECT_EQ(parsed(received.shown("inventory")), parsed(DOCUMENT));
+    EXPECT_EQ(received.shown("summary"), summary_text(parsed(DOCUMENT)));
+    for (int i = 0; i < 1002; ++i) {
+        received.violation("rule " + std::to_string(i));
+        received.event("{\"ID\":" + std::to_string(i) + "}");
+    }
+    const std::string violations = received.shown("violations");
+    EXPECT_EQ(violations.find("rule 2\n"), 0u);
+    EXPECT_TRUE(violations.ends_with("rule 1001\n"));
+    const std::string events = received.shown("events");
+    EXPECT_EQ(std::count(events.begin(), events.end(), '\n'), 1000);
+    EXPECT_NE(events.find(" 1001 "), std::string::npos);
+}
+
+TEST(OutputFolder, ServesOneAtATime) {
+    TemporaryRoot root;
+    std::string error;
+    {
+        OutputFolder first, second;
+        ASSERT_TRUE(first.take(below("/deep/out"), error)) << error;
+        EXPECT_FALSE(second.take(below("/deep/out"), error));
+        EXPECT_EQ(error, below("/deep/out") + ": is in use by another orblab");
+    }
+    OutputFolder third;
+    EXPECT_TRUE(third.take(below("/deep/out"), error)) << error;
+}
+
+TEST(LabSignals, TellWhatAsksToEndAndGiveTheMaskBack) {
+    sigset_t before, after;
+    ::sigprocmask(SIG_BLOCK, nullptr, &before);
+    {
+        LabSignals signals;
+        std::string error;
+        ASSERT_TRUE(signals.take(error)) << error;
+        EXPECT_FALSE(signals.isAskedToEnd());
+        ::raise(SIGCHLD);
+        ::raise(SIGPIPE);
+        EXPECT_FALSE(signals.isAskedToEnd());
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+            ::raise(signal);
+            EXPECT_TRUE(signals.isAskedToEnd()) << signal;
+        }
+        EXPECT_FALSE(signals.isAskedToEnd());
+    }
+    ::sigprocmask(SIG_BLOCK, nullptr, &after);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD, SIGPIPE, SIGTTIN})
+        EXPECT_EQ(sigismember(&before, signal), sigismember(&after, signal)) << signal;
 }
 
 TEST(CommandInputs, FifoGivesLines) {
