@@ -14,7 +14,8 @@ constexpr std::uint8_t WIRE_VERSION = 1;
 
 // Network functions and commands, IPMI 2.0 appendix G.
 constexpr std::uint8_t NETFN_APP = 0x06, NETFN_OEM = 0x3A, NETFN_PARTITION = 0x34;
-constexpr std::uint8_t CMD_DEVICE_ID = 0x01, CMD_DEVICE_GUID = 0x08, CMD_SET_ENABLES = 0x2E,
+constexpr std::uint8_t CMD_DEVICE_ID = 0x01, CMD_DEVICE_GUID = 0x08, CMD_RESET_WATCHDOG = 0x22,
+                       CMD_SET_WATCHDOG = 0x24, CMD_GET_WATCHDOG = 0x25, CMD_SET_ENABLES = 0x2E,
                        CMD_GET_ENABLES = 0x2F, CMD_CLEAR_FLAGS = 0x30, CMD_GET_FLAGS = 0x31,
                        CMD_GET_MESSAGE = 0x33, CMD_READ_EVENT = 0x35, CMD_BT_CAPABILITIES = 0x36,
                        CMD_SYSTEM_GUID = 0x37, CMD_CHANNEL_INFO = 0x42;
@@ -30,10 +31,20 @@ struct DRIVER_COMMAND {
     std::size_t requestBytes;
 };
 constexpr DRIVER_COMMAND DRIVER_COMMANDS[] = {
-    {CMD_SET_ENABLES, 1}, {CMD_GET_ENABLES, 0}, {CMD_CLEAR_FLAGS, 1},
-    {CMD_GET_FLAGS, 0},   {CMD_GET_MESSAGE, 0}, {CMD_READ_EVENT, 0},
-    {CMD_DEVICE_GUID, 0}, {CMD_SYSTEM_GUID, 0}, {CMD_CHANNEL_INFO, 1},
+    {CMD_SET_ENABLES, 1},
+    {CMD_GET_ENABLES, 0},
+    {CMD_CLEAR_FLAGS, 1},
+    {CMD_GET_FLAGS, 0},
+    {CMD_GET_MESSAGE, 0},
+    {CMD_READ_EVENT, 0},
+    {CMD_DEVICE_GUID, 0},
+    {CMD_SYSTEM_GUID, 0},
+    {CMD_CHANNEL_INFO, 1},
+    {CMD_RESET_WATCHDOG, 0},
+    {CMD_SET_WATCHDOG, BMC_WATCHDOG::BYTES},
+    {CMD_GET_WATCHDOG, 0},
 };
+constexpr std::uint8_t WATCHDOG_GOES_ON = 0x40; // of its use: set leaves it running, get: it runs
 
 bool is_for_rmc(const BMC_REQUEST &request) {
     return request.netfn == NETFN_OEM || request.netfn == NETFN_PARTITION ||
@@ -59,6 +70,26 @@ RMC_ANSWER guid() {
              0x00, 0x01}};
 }
 } // namespace
+
+RMC_ANSWER Bmc::answerWatchdog(const BMC_REQUEST &request) {
+    if (request.cmd == CMD_SET_WATCHDOG) {
+        std::copy(request.data.begin(), request.data.end(), watchdog.settings.begin());
+        watchdog.isSet = true;
+        if ((watchdog.settings[0] & WATCHDOG_GOES_ON) == 0) watchdog.runs = false;
+        return {};
+    }
+    if (request.cmd == CMD_RESET_WATCHDOG) {
+        if (!watchdog.isSet) return {NOTHING_THERE, {}};
+        watchdog.runs = true;
+        return {};
+    }
+    std::vector<std::uint8_t> told(watchdog.settings.begin(), watchdog.settings.end());
+    told[0] = static_cast<std::uint8_t>((told[0] & ~WATCHDOG_GOES_ON) |
+                                        (watchdog.runs ? WATCHDOG_GOES_ON : 0));
+    told[3] = 0;                                 // no use has expired
+    told.insert(told.end(), {told[4], told[5]}); // what is left of the time: all of it
+    return {0, told};
+}
 
 void Bmc::connect() {
     ++counts.connections;
@@ -103,6 +134,7 @@ void Bmc::resetMachine() {
     pending.reset();
     rmc.wire().forgetTransfer();
     enables = ENABLES_AT_RESET;
+    watchdog.runs = false;
     sendInterruptState();
 }
 
@@ -143,6 +175,10 @@ RMC_ANSWER Bmc::answerDriver(const BMC_REQUEST &request) {
         return guid();
     case CMD_CHANNEL_INFO:
         return channel_info(request.data[0]);
+    case CMD_RESET_WATCHDOG:
+    case CMD_SET_WATCHDOG:
+    case CMD_GET_WATCHDOG:
+        return answerWatchdog(request);
     default: // the flags, of which none is ever set, are cleared
         return {};
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -23,10 +24,17 @@ struct BMC_STATISTICS {
     std::int64_t firstTransferNs = 0, lastTransferNs = 0;
 };
 
+/// The controller's watchdog timer, of which only the settings are kept: it never runs out.
+struct BMC_WATCHDOG {
+    static constexpr std::size_t BYTES = 6; ///< use, actions, pre-timeout, flags, countdown
+    std::array<std::uint8_t, BYTES> settings{};
+    bool isSet = false, runs = false;
+};
+
 /// A management controller as a system interface driver expects it: device id, global enables,
-/// message flags, channels. What the RMC knows goes to the RMC, whose delays are kept in real time
-/// and whose withheld answers go out when it behaves again. Pure: bytes and times in, bytes out.
-/// One thread.
+/// message flags, channels, watchdog. What the RMC knows goes to the RMC, whose delays are kept in
+/// real time and whose withheld answers go out when it behaves again. Pure: bytes and times in,
+/// bytes out. One thread.
 ///
 /// An interface has one request under way. It answers for a controller that takes 4 seconds and
 /// asks on, so a request that comes before the former one's answer shows that the former is lost
@@ -65,6 +73,7 @@ private:
     void takeControl(const BMC_CONTROL &control);
     void takeRequest(BMC_REQUEST request, std::int64_t nowNs);
     RMC_ANSWER answerDriver(const BMC_REQUEST &request);
+    RMC_ANSWER answerWatchdog(const BMC_REQUEST &request);
     void askRmc(BMC_REQUEST request, std::int64_t nowNs);
     void giveUp(const BMC_REQUEST &request);
     void resetMachine();
@@ -76,6 +85,7 @@ private:
     BmcWireReader reader;
     std::optional<PENDING> pending;
     std::uint8_t enables = ENABLES_AT_RESET;
+    BMC_WATCHDOG watchdog;
     std::vector<std::uint8_t> output;
     BMC_STATISTICS counts;
 };
