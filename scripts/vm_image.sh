@@ -1,0 +1,170 @@
+# shellcheck shell=bash source=scripts/common.sh
+# The virtual machine's kernel and its image, for scripts/vmtest and whatever else boots one; sourced
+# behind common.sh, never run. Works on amd64, whose kernel package the machine boots.
+
+vm_cache=${XDG_CACHE_HOME:-$HOME/.cache}/orb/vm
+
+# What the machine may load; what these need comes along.
+vm_modules=(
+    ipmi_msghandler ipmi_si ipmi_devintf ipmi_watchdog ipmi_ssif
+    virtio_pci virtio_blk virtio_console ext4 crc32c_generic
+    e1000 sg sd_mod sr_mod virtio_scsi scsi_debug ahci megaraid_sas
+)
+
+# vm_packages: the kernel's package and version as "PACKAGE VERSION", by the package lists; nothing
+# where these are empty.
+vm_packages() {
+    local package version
+    package=$(apt-cache depends linux-image-amd64 2>/dev/null |
+        awk '$1 == "Depends:" && $2 ~ /^linux-image-/ { print $2; exit }')
+    [ -n "$package" ] || return 0
+    version=$(apt-cache policy "$package" 2>/dev/null | awk '$1 == "Candidate:" { print $2 }')
+    if [ -n "$version" ] && [ "$version" != "(none)" ]; then
+        printf '%s %s\n' "$package" "$version"
+    fi
+}
+
+# vm_update: fresh package lists, where the user may fetch them.
+vm_update() {
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || return 1
+        as_root=(sudo -n)
+    fi
+    "${as_root[@]}" apt-get -q -o DPkg::Lock::Timeout=300 update >&2
+}
+
+# vm_unpack PACKAGE VERSION FOLDER: downloads the package and makes FOLDER of it, whole or not at all.
+# A run beside this one may do the same: the first to end wins.
+vm_unpack() (
+    set -euo pipefail
+    making=$(mktemp -d "$vm_cache/making.XXXXXX")
+    trap 'rm -rf "$making"' EXIT
+    trap 'exit 1' INT TERM HUP
+    # apt-get drops its rights for the download and has to get into the folder.
+    chmod 755 "$making"
+    cd "$making"
+    apt-get -q -o APT::Sandbox::User=root download "$1=$2"
+    mkdir tree
+    # Sound, graphics and radio make up half of the package, and no machine here has them.
+    dpkg-deb --fsys-tarfile ./*.deb | tar -x -C tree --no-same-owner \
+        --exclude='*/kernel/sound' --exclude='*/drivers/gpu' --exclude='*/drivers/media' \
+        --exclude='*/drivers/infiniband' --exclude='*/drivers/staging' --exclude='*/wireless' \
+        --exclude='*/usr/share'
+    release=$(ls tree/lib/modules)
+    depmod -b "$making/tree" "$release"
+    ln -s "$(cd tree/boot && ls vmlinuz-*)" tree/boot/vmlinuz
+    mv -T tree "$3" 2>/dev/null || [ -e "$3/boot/vmlinuz" ]
+)
+
+# vm_kernel: sets vm_kernel_folder to an unpacked kernel package, with boot/vmlinuz and lib/modules.
+# Without a network the newest that an earlier run fetched serves.
+vm_kernel() {
+    local package version found log="$vm_cache/fetch.$$.log"
+    [ "$(dpkg --print-architecture)" = amd64 ] || die "the virtual machine is for amd64 hosts"
+    mkdir -p "$vm_cache"
+    # What a killed run left.
+    find "$vm_cache" -mindepth 1 -maxdepth 1 \( -name 'making.*' -o -name 'fetch.*.log' \) \
+        -mmin +1440 -exec rm -rf {} +
+
+    for _ in 1 2; do
+        read -r package version < <(vm_packages) || true
+        if [ -n "${package-}" ]; then
+            vm_kernel_folder="$vm_cache/${package}_${version//:/%3a}"
+            if [ ! -e "$vm_kernel_folder/boot/vmlinuz" ]; then
+                note "fetching $package"
+                vm_unpack "$package" "$version" "$vm_kernel_folder" >"$log" 2>&1 || true
+                note_done
+            fi
+            [ ! -e "$vm_kernel_folder/boot/vmlinuz" ] || break
+        fi
+        # Empty lists, or some that name a version which is gone.
+        note "fetching package lists"
+        vm_update >>"$log" 2>&1 || true
+        note_done
+    done
+    if [ ! -e "${vm_kernel_folder-}/boot/vmlinuz" ]; then
+        # shellcheck disable=SC2012 # the names are ours
+        found=$(ls -td "$vm_cache"/linux-image-*/ 2>/dev/null | head -n 1)
+        if [ -z "$found" ]; then
+            tail -n 20 "$log" >&2 2>/dev/null
+            rm -f "$log"
+            die "no kernel package could be fetched"
+        fi
+        vm_kernel_folder=${found%/}
+    fi
+    rm -f "$log"
+    touch "$vm_kernel_folder"
+    # Kernels of former package lists, unless another run uses one right now.
+    find "$vm_cache" -mindepth 1 -maxdepth 1 -name 'linux-image-*' ! -path "$vm_kernel_folder" \
+        -mmin +1440 -exec rm -rf {} +
+}
+
+# vm_copy_modules ROOT: the modules of vm_modules with all that they need, and their index.
+vm_copy_modules() {
+    local root=$1 release from
+    release=$(ls "$vm_kernel_folder/lib/modules")
+    from="$vm_kernel_folder/lib/modules/$release"
+    mkdir -p "$root/lib/modules/$release"
+    cp "$from"/modules.builtin "$from"/modules.builtin.modinfo "$from"/modules.order \
+        "$root/lib/modules/$release"
+    # modules.dep names each file with everything it needs, also at one remove.
+    awk -v wanted="${vm_modules[*]}" '
+        BEGIN { n = split(wanted, list, " "); for (i = 1; i <= n; i++) want[list[i]] = 1 }
+        {
+            name = $1
+            sub(/:$/, "", name)
+            file = name
+            gsub(/^.*\/|\.ko(\..*)?$/, "", name)
+            gsub(/-/, "_", name)
+            if (!(name in want)) next
+            print file
+            for (i = 2; i <= NF; i++) print $i
+        }' "$from/modules.dep" | sort -u | (cd "$from" && cpio -pdmu --quiet "$root/lib/modules/$release")
+    depmod -b "$root" "$release"
+}
+
+# vm_copy_libraries ROOT FILE...: the shared libraries that programs under ROOT need from this host.
+vm_copy_libraries() {
+    local root=$1 library
+    shift
+    # ldd fails for what is no dynamic program.
+    printf '%s\0' "$@" | { xargs -0 ldd 2>/dev/null || true; } |
+        awk '/=> \// { print $3 } $1 ~ /^\// && $1 !~ /:$/ { print $1 }' | sort -u |
+        while read -r library; do
+            [[ $library == "$root"/* ]] || install -D -m 755 "$library" "$root$library"
+        done
+}
+
+# vm_image OUTPUT [FILE=PLACE...]: an initramfs of what the release build installs, busybox, the
+# modules and tests/vm/guest; each FILE=PLACE puts one more program or file into it.
+vm_image() (
+    set -euo pipefail
+    output=$1
+    shift
+    root=$(mktemp -d "${TMPDIR:-/tmp}/orb-image.XXXXXX")
+    trap 'rm -rf "$root"' EXIT
+    trap 'exit 1' INT TERM HUP
+    chmod 755 "$root"
+
+    # shellcheck disable=SC2154 # common.sh sets top
+    DESTDIR=$root cmake --install "$top/build/release" >"$output.log" 2>&1 ||
+        { cat "$output.log" >&2 && exit 1; }
+    rm -rf "$root/usr/share/man" "$output.log"
+    for pair in "$@"; do
+        install -D -m 755 "${pair%%=*}" "$root${pair#*=}"
+    done
+    mkdir -p "$root"/{bin,sbin,usr/bin,usr/sbin,dev,proc,sys,run,tmp,var,etc,mnt,root,scratch}
+    chmod 1777 "$root/tmp"
+    install -m 755 /bin/busybox "$root/bin/busybox"
+    "$root/bin/busybox" --list-full | while read -r applet; do
+        [ "$applet" = bin/busybox ] || ln -sf /bin/busybox "$root/$applet"
+    done
+    cp -r "$top/tests/vm/guest/." "$root/"
+    chmod 755 "$root/init" "$root/usr/sbin"/orb-*
+    install -D -m 644 /usr/share/misc/pci.ids "$root/usr/share/misc/pci.ids"
+    vm_copy_modules "$root"
+    mapfile -t programs < <(find "$root/opt" "$root/usr/local" -type f -perm /111 2>/dev/null)
+    vm_copy_libraries "$root" "${programs[@]}"
+    (cd "$root" && find . -print0 | cpio -0 -o -H newc -R 0:0 --quiet) >"$output"
+)

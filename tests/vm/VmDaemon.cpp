@@ -1,0 +1,94 @@
+#include "VmDaemon.h"
+
+#include <cstdlib>
+#include <sstream>
+
+#include "VmFailure.h"
+#include "core/json_text.h"
+
+namespace {
+constexpr const char *STATUS_FILE = "/run/orbd.status";
+} // namespace
+
+Json::Value VmDaemon::talkative() {
+    Json::Value members;
+    members["LoggingLevel"] = "Info";
+    members["EnableDebugLog"] = true;
+    members["ORBLogLocation"] = LOG;
+    members["DebugLogLocation"] = LOG;
+    members["IPMIDoorBellMonitorInterval"] = 1;
+    members["InventoryQueryIntervalInSeconds"] = 1;
+    return members;
+}
+
+void VmDaemon::start(const Json::Value &members) {
+    Json::Value config;
+    std::string why;
+    if (!parse_json(machine.ask(std::string("cat ") + CONFIG), config, &why))
+        throw VmFailure(std::string(CONFIG) + ": " + why);
+    for (const std::string &key : members.getMemberNames()) config[key] = members[key];
+    machine.write(CONFIG, compact_json(config));
+    machine.ask("orb-service start");
+    if (!machine.waitFor(std::string("[ -s ") + PID_FILE + " ] && kill -0 $(cat " + PID_FILE + ")",
+                         START_LIMIT))
+        throw VmFailure("the daemon does not start: " + printed());
+}
+
+bool VmDaemon::isRunning() {
+    return machine.run(std::string("kill -0 $(cat ") + PID_FILE + ")").status == 0;
+}
+
+std::string VmDaemon::pid() {
+    return machine.ask(std::string("cat ") + PID_FILE);
+}
+
+int VmDaemon::stop() {
+    machine.ask("orb-service stop", STOP_LIMIT);
+    if (!machine.waitFor(std::string("[ -s ") + STATUS_FILE + " ]", START_LIMIT))
+        throw VmFailure("the daemon leaves no exit status");
+    return std::atoi(machine.ask(std::string("cat ") + STATUS_FILE).c_str());
+}
+
+void VmDaemon::kill() {
+    machine.ask("kill -KILL " + pid());
+    if (!machine.waitFor(std::string("[ -s ") + STATUS_FILE + " ]", START_LIMIT))
+        throw VmFailure("the daemon outlives SIGKILL");
+}
+
+void VmDaemon::makeSure() {
+    if (isRunning()) kill();
+    machine.ask(std::string("rm -f ") + RUN_STATE + " " + LOG);
+}
+
+std::string VmDaemon::printed() {
+    return machine.ask("cat /run/orbd.out");
+}
+
+Json::Value VmDaemon::runState() {
+    std::istringstream lines(machine.ask(std::string("cat ") + RUN_STATE));
+    Json::Value state(Json::objectValue);
+    std::string key;
+    for (Json::Int64 value = 0; lines >> key >> value;) state[key] = value;
+    return state;
+}
+
+std::int64_t VmDaemon::bootTime() {
+    return std::atoll(machine.ask("echo $(($(date +%s) - $(cut -d. -f1 /proc/uptime)))").c_str());
+}
+
+std::size_t VmDaemon::mark(const std::string &log) {
+    return std::strtoul(
+        machine.ask("stat -c %s " + shell_word(log) + " 2>/dev/null || echo 0").c_str(), nullptr,
+        10);
+}
+
+std::string VmDaemon::since(std::size_t mark, const std::string &log) {
+    return machine.ask("tail -c +" + std::to_string(mark + 1) + " " + shell_word(log));
+}
+
+bool VmDaemon::awaitLog(const std::string &text, std::size_t mark, SECONDS limit,
+                        const std::string &log) {
+    return machine.waitFor("tail -c +" + std::to_string(mark + 1) + " " + shell_word(log) +
+                               " | grep -qF -- " + shell_word(text),
+                           limit);
+}

@@ -1,0 +1,87 @@
+#include "VmTest.h"
+
+#include <iostream>
+
+#include "VmSmbios.h"
+
+namespace {
+// A machine that failed twice is not worth a third wait in each further case.
+constexpr int BOOT_TRIES = 2;
+constexpr VmRmc::SECONDS FIRST_INVENTORY{60};
+constexpr const char *DELIVERED = "Success in delivering inventory string to RMC!";
+
+std::optional<VM_PLACES> chosen;
+} // namespace
+
+void VmWorld::configure(const VM_PLACES &places) {
+    chosen = places;
+}
+
+VmWorld &VmWorld::get() {
+    static VmWorld world;
+    return world;
+}
+
+VmWorld::VmWorld() : controller(std::string(ORB_SOURCE_DIR) + "/schema") {}
+
+const VM_PLACES &VmWorld::places() const {
+    return *chosen;
+}
+
+VmMachine &VmWorld::machine(const VM_SHAPE &shape) {
+    if (present && present->isUp() && present->shape() == shape) return *present;
+    return freshMachine(shape);
+}
+
+VmMachine &VmWorld::freshMachine(const VM_SHAPE &shape) {
+    if (failedBoots >= BOOT_TRIES) throw VmFailure("no machine boots here");
+    end();
+    ++failedBoots;
+    present.emplace(*chosen, shape, controller.port());
+    present->boot();
+    failedBoots = 0;
+    return *present;
+}
+
+void VmWorld::end() {
+    present.reset();
+}
+
+void VmTest::SetUp() {
+    rmc.behave({});
+    rmc.forget();
+}
+
+void VmTest::TearDown() {
+    if (HasFatalFailure() || HasNonfatalFailure()) std::cerr << VmWorld::get().lastWords();
+    rmc.behave({});
+    std::string rules;
+    for (const std::string &each : rmc.violations()) rules += each + "\n";
+    EXPECT_EQ(rules, "") << "the daemon broke rules of its exchange with the RMC";
+}
+
+VM_SHAPE VmTest::usualShape() {
+    VM_SHAPE shape = smbios_shape("first-generation", 64, VmWorld::get().places().folder);
+    shape.name = "usual";
+    return shape;
+}
+
+VmMachine &VmTest::usual() {
+    return take(VmWorld::get().machine(usualShape()));
+}
+
+VmMachine &VmTest::reporting() {
+    VmMachine &machine = usual();
+    if (daemon->isRunning() &&
+        machine.run("cmp -s /run/orb.conf.usual " + std::string(VmDaemon::CONFIG) +
+                    " && grep -qF -- " + shell_word(DELIVERED) + " " + VmDaemon::LOG)
+                .status == 0)
+        return machine;
+    daemon->makeSure();
+    daemon->start();
+    machine.ask(std::string("cp ") + VmDaemon::CONFIG + " /run/orb.conf.usual");
+    if (!rmc.awaitInventories(1, FIRST_INVENTORY) || !daemon->awaitLog(DELIVERED, 0))
+        throw VmFailure("no first inventory came:\n" + daemon->since(0));
+    rmc.forget();
+    return machine;
+}
