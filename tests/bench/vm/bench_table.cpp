@@ -4,6 +4,17 @@
 
 #include "core/format_text.h"
 
+namespace {
+// Beyond this the rounds of one tool differ for reasons of their own.
+constexpr double QUIET_SPREAD = 2;
+
+bool is_quiet(const BENCH_TOOL &tool) {
+    const auto [least, most] =
+        std::minmax_element(tool.messagesPerSecond.begin(), tool.messagesPerSecond.end());
+    return tool.messagesPerSecond.empty() || *most <= *least * QUIET_SPREAD;
+}
+} // namespace
+
 double bench_rate(std::size_t messages, std::chrono::nanoseconds firstToLast) {
     if (messages < 2 || firstToLast.count() <= 0) return 0;
     return static_cast<double>(messages - 1) / std::chrono::duration<double>(firstToLast).count();
@@ -37,5 +48,7 @@ std::string bench_table(const std::vector<BENCH_TOOL> &tools) {
     if (reference > 0)
         table += format_text("  ratio to the faster reference, %s: %.2f\n", fastest->name.c_str(),
                              bench_median(tools.front().messagesPerSecond) / reference);
+    if (!std::all_of(tools.begin(), tools.end(), is_quiet))
+        table += "  The rounds differ by more than twice: this host was busy, measure again.\n";
     return table;
 }

@@ -19,5 +19,5 @@ double bench_rate(std::size_t messages, std::chrono::nanoseconds firstToLast);
 double bench_median(std::vector<double> values);
 
 /// A line for each tool with its rounds and their median, then the ratio of the first tool's median
-/// to the faster of the others.
+/// to the faster of the others, and a warning where a tool's own rounds differ much.
 std::string bench_table(const std::vector<BENCH_TOOL> &tools);

@@ -20,9 +20,9 @@ TEST(BenchMedian, IsTheMiddleOne) {
 }
 
 TEST(BenchTable, ComparesTheFirstWithTheFasterOfTheOthers) {
-    EXPECT_EQ(bench_table({{"orb", {300, 100, 200}}, {"slow", {9, 9, 9}}, {"fast", {80, 100, 90}}}),
+    EXPECT_EQ(bench_table({{"orb", {240, 160, 200}}, {"slow", {9, 9, 9}}, {"fast", {80, 100, 90}}}),
               "  messages/s          round 1  round 2  round 3   median\n"
-              "  orb                   300.0    100.0    200.0    200.0\n"
+              "  orb                   240.0    160.0    200.0    200.0\n"
               "  slow                    9.0      9.0      9.0      9.0\n"
               "  fast                   80.0    100.0     90.0     90.0\n"
               "  ratio to the faster reference, fast: 2.22\n");
@@ -35,5 +35,14 @@ TEST(BenchTable, WithoutAReferenceThereIsNoRatio) {
               "  messages/s          round 1   median\n"
               "  orb                   300.0    300.0\n"
               "  broken                  0.0      0.0\n");
+}
+
+TEST(BenchTable, WarnsWhereTheRoundsOfAToolDifferMuch) {
+    const std::string warning =
+        "  The rounds differ by more than twice: this host was busy, measure again.\n";
+    EXPECT_TRUE(bench_table({{"orb", {100, 201}}, {"other", {50, 50}}}).ends_with(warning));
+    EXPECT_TRUE(bench_table({{"orb", {100, 100}}, {"other", {50, 101}}}).ends_with(warning));
+    EXPECT_EQ(bench_table({{"orb", {100, 200}}, {"other", {50, 100}}}).find(warning),
+              std::string::npos);
 }
 } // namespace
