@@ -9,12 +9,13 @@
 namespace {
 // Controls of the emulator, and those for it.
 constexpr std::uint8_t CONTROL_VERSION = 0xFF, CONTROL_CAPABILITIES = 0x08, CONTROL_RESET = 0x04;
-constexpr std::uint8_t CONTROL_INTERRUPTS_ON = 0x05, CONTROL_INTERRUPTS_OFF = 0x06;
+constexpr std::uint8_t CONTROL_INTERRUPTS_ON = 0x05, CONTROL_INTERRUPTS_OFF = 0x06,
+                       CONTROL_POWER_OFF = 0x03;
 constexpr std::uint8_t WIRE_VERSION = 1;
 
 // Network functions and commands, IPMI 2.0 appendix G.
 constexpr std::uint8_t NETFN_APP = 0x06, NETFN_OEM = 0x3A, NETFN_PARTITION = 0x34;
-constexpr std::uint8_t CMD_DEVICE_ID = 0x01, CMD_DEVICE_GUID = 0x08, CMD_RESET_WATCHDOG = 0x22,
+constexpr std::uint8_t CMD_DEVICE_ID = 0x01, CMD_DEVICE_GUID = 0x08, CMD_RESTART_WATCHDOG = 0x22,
                        CMD_SET_WATCHDOG = 0x24, CMD_GET_WATCHDOG = 0x25, CMD_SET_ENABLES = 0x2E,
                        CMD_GET_ENABLES = 0x2F, CMD_CLEAR_FLAGS = 0x30, CMD_GET_FLAGS = 0x31,
                        CMD_GET_MESSAGE = 0x33, CMD_READ_EVENT = 0x35, CMD_BT_CAPABILITIES = 0x36,
@@ -31,20 +32,10 @@ struct DRIVER_COMMAND {
     std::size_t requestBytes;
 };
 constexpr DRIVER_COMMAND DRIVER_COMMANDS[] = {
-    {CMD_SET_ENABLES, 1},
-    {CMD_GET_ENABLES, 0},
-    {CMD_CLEAR_FLAGS, 1},
-    {CMD_GET_FLAGS, 0},
-    {CMD_GET_MESSAGE, 0},
-    {CMD_READ_EVENT, 0},
-    {CMD_DEVICE_GUID, 0},
-    {CMD_SYSTEM_GUID, 0},
-    {CMD_CHANNEL_INFO, 1},
-    {CMD_RESET_WATCHDOG, 0},
-    {CMD_SET_WATCHDOG, BMC_WATCHDOG::BYTES},
-    {CMD_GET_WATCHDOG, 0},
+    {CMD_SET_ENABLES, 1},  {CMD_GET_ENABLES, 0},      {CMD_CLEAR_FLAGS, 1},  {CMD_GET_FLAGS, 0},
+    {CMD_GET_MESSAGE, 0},  {CMD_READ_EVENT, 0},       {CMD_DEVICE_GUID, 0},  {CMD_SYSTEM_GUID, 0},
+    {CMD_CHANNEL_INFO, 1}, {CMD_RESTART_WATCHDOG, 0}, {CMD_SET_WATCHDOG, 6}, {CMD_GET_WATCHDOG, 0},
 };
-constexpr std::uint8_t WATCHDOG_GOES_ON = 0x40; // of its use: set leaves it running, get: it runs
 
 bool is_for_rmc(const BMC_REQUEST &request) {
     return request.netfn == NETFN_OEM || request.netfn == NETFN_PARTITION ||
@@ -71,26 +62,6 @@ RMC_ANSWER guid() {
 }
 } // namespace
 
-RMC_ANSWER Bmc::answerWatchdog(const BMC_REQUEST &request) {
-    if (request.cmd == CMD_SET_WATCHDOG) {
-        std::copy(request.data.begin(), request.data.end(), watchdog.settings.begin());
-        watchdog.isSet = true;
-        if ((watchdog.settings[0] & WATCHDOG_GOES_ON) == 0) watchdog.runs = false;
-        return {};
-    }
-    if (request.cmd == CMD_RESET_WATCHDOG) {
-        if (!watchdog.isSet) return {NOTHING_THERE, {}};
-        watchdog.runs = true;
-        return {};
-    }
-    std::vector<std::uint8_t> told(watchdog.settings.begin(), watchdog.settings.end());
-    told[0] = static_cast<std::uint8_t>((told[0] & ~WATCHDOG_GOES_ON) |
-                                        (watchdog.runs ? WATCHDOG_GOES_ON : 0));
-    told[3] = 0;                                 // no use has expired
-    told.insert(told.end(), {told[4], told[5]}); // what is left of the time: all of it
-    return {0, told};
-}
-
 void Bmc::connect() {
     ++counts.connections;
     reader.reset();
@@ -98,7 +69,9 @@ void Bmc::connect() {
     if (pending) giveUp(pending->request);
     pending.reset();
     rmc.wire().forgetTransfer();
-    // The machine may have kept running: what its driver has set up goes on.
+    // It may be the same machine, whose driver counts on interrupts, or another one, which must not
+    // be reset for the former's sake.
+    watchdog.stop();
     if ((enables & RECEIVE_INTERRUPT) != 0) sendInterruptState();
 }
 
@@ -123,18 +96,18 @@ void Bmc::takeControl(const BMC_CONTROL &control) {
     case CONTROL_CAPABILITIES:
         return;
     case CONTROL_RESET:
-        return resetMachine();
+        return machineWasReset();
     default:
         violate(format_text("controller's wire: unknown control 0x%02x", unsigned{control.code}));
     }
 }
 
-void Bmc::resetMachine() {
+void Bmc::machineWasReset() {
     if (pending) giveUp(pending->request);
     pending.reset();
     rmc.wire().forgetTransfer();
     enables = ENABLES_AT_RESET;
-    watchdog.runs = false;
+    watchdog.stop();
     sendInterruptState();
 }
 
@@ -147,11 +120,11 @@ void Bmc::takeRequest(BMC_REQUEST request, std::int64_t nowNs) {
     if (forRmc) violate(format_text("address: lun %u", unsigned{request.lun}));
     ++counts.byDriver;
     const RMC_ANSWER answer =
-        request.lun == 0 ? answerDriver(request) : RMC_ANSWER{INVALID_FOR_LUN, {}};
+        request.lun == 0 ? answerDriver(request, nowNs) : RMC_ANSWER{INVALID_FOR_LUN, {}};
     send(encode_bmc_answer(request, answer));
 }
 
-RMC_ANSWER Bmc::answerDriver(const BMC_REQUEST &request) {
+RMC_ANSWER Bmc::answerDriver(const BMC_REQUEST &request, std::int64_t nowNs) {
     const auto *known =
         std::find_if(std::begin(DRIVER_COMMANDS), std::end(DRIVER_COMMANDS),
                      [&](const DRIVER_COMMAND &each) { return each.cmd == request.cmd; });
@@ -175,10 +148,12 @@ RMC_ANSWER Bmc::answerDriver(const BMC_REQUEST &request) {
         return guid();
     case CMD_CHANNEL_INFO:
         return channel_info(request.data[0]);
-    case CMD_RESET_WATCHDOG:
+    case CMD_RESTART_WATCHDOG:
+        return watchdog.restart(nowNs);
     case CMD_SET_WATCHDOG:
+        return watchdog.set(request.data, nowNs);
     case CMD_GET_WATCHDOG:
-        return answerWatchdog(request);
+        return watchdog.get(nowNs);
     default: // the flags, of which none is ever set, are cleared
         return {};
     }
@@ -199,6 +174,7 @@ void Bmc::askRmc(BMC_REQUEST request, std::int64_t nowNs) {
 }
 
 void Bmc::sendDue(std::int64_t nowNs) {
+    runWatchdog(nowNs);
     if (!pending) return;
     if (pending->withheld && !rmc.currentBehaviour().silent) pending->withheld = false;
     if (pending->withheld || pending->dueNs > nowNs) return;
@@ -207,9 +183,23 @@ void Bmc::sendDue(std::int64_t nowNs) {
     pending.reset();
 }
 
+void Bmc::runWatchdog(std::int64_t nowNs) {
+    switch (watchdog.expire(nowNs)) {
+    case BmcWatchdog::Action::NOTHING:
+        return;
+    case BmcWatchdog::Action::POWER_DOWN:
+        return send(encode_bmc_control(CONTROL_POWER_OFF));
+    case BmcWatchdog::Action::RESET:
+    case BmcWatchdog::Action::POWER_CYCLE: // the wire has no other word for it
+        machineWasReset();
+        return send(encode_bmc_control(CONTROL_RESET));
+    }
+}
+
 std::optional<std::int64_t> Bmc::dueNs() const {
-    if (!pending || pending->withheld) return std::nullopt;
-    return pending->dueNs;
+    std::optional<std::int64_t> due = watchdog.dueNs();
+    if (pending && !pending->withheld) due = std::min(due.value_or(pending->dueNs), pending->dueNs);
+    return due;
 }
 
 void Bmc::giveUp(const BMC_REQUEST &request) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -8,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "bmc/BmcWatchdog.h"
 #include "bmc/BmcWire.h"
 #include "rmc/Rmc.h"
 
@@ -24,17 +24,10 @@ struct BMC_STATISTICS {
     std::int64_t firstTransferNs = 0, lastTransferNs = 0;
 };
 
-/// The controller's watchdog timer, of which only the settings are kept: it never runs out.
-struct BMC_WATCHDOG {
-    static constexpr std::size_t BYTES = 6; ///< use, actions, pre-timeout, flags, countdown
-    std::array<std::uint8_t, BYTES> settings{};
-    bool isSet = false, runs = false;
-};
-
 /// A management controller as a system interface driver expects it: device id, global enables,
-/// message flags, channels, watchdog. What the RMC knows goes to the RMC, whose delays are kept in
-/// real time and whose withheld answers go out when it behaves again. Pure: bytes and times in,
-/// bytes out. One thread.
+/// message flags, channels, watchdog timer. What the RMC knows goes to the RMC, whose delays are
+/// kept in real time and whose withheld answers go out when it behaves again. Pure: bytes and times
+/// in, bytes out. One thread.
 ///
 /// An interface has one request under way. It answers for a controller that takes 4 seconds and
 /// asks on, so a request that comes before the former one's answer shows that the former is lost
@@ -54,8 +47,9 @@ public:
     void connect(); ///< a new stream begins; the former one's open transfer is forgotten
     /// @param nowNs  of the monotonic clock
     void take(std::span<const std::uint8_t> bytes, std::int64_t nowNs);
-    void sendDue(std::int64_t nowNs); ///< moves an answer that is due to the output
-    /// @return when an answer is due that waits for its time alone
+    /// Moves an answer that is due to the output, and what the watchdog does to the machine.
+    void sendDue(std::int64_t nowNs);
+    /// @return when sendDue() has something to do; empty where nothing waits for its time alone
     std::optional<std::int64_t> dueNs() const;
     std::vector<std::uint8_t> takeOutput(); ///< bytes for the machine since the last call
 
@@ -72,11 +66,11 @@ private:
     };
     void takeControl(const BMC_CONTROL &control);
     void takeRequest(BMC_REQUEST request, std::int64_t nowNs);
-    RMC_ANSWER answerDriver(const BMC_REQUEST &request);
-    RMC_ANSWER answerWatchdog(const BMC_REQUEST &request);
+    RMC_ANSWER answerDriver(const BMC_REQUEST &request, std::int64_t nowNs);
     void askRmc(BMC_REQUEST request, std::int64_t nowNs);
     void giveUp(const BMC_REQUEST &request);
-    void resetMachine();
+    void machineWasReset();
+    void runWatchdog(std::int64_t nowNs);
     void sendInterruptState();
     void send(const std::vector<std::uint8_t> &bytes);
     void violate(const std::string &text);
@@ -85,7 +79,7 @@ private:
     BmcWireReader reader;
     std::optional<PENDING> pending;
     std::uint8_t enables = ENABLES_AT_RESET;
-    BMC_WATCHDOG watchdog;
+    BmcWatchdog watchdog;
     std::vector<std::uint8_t> output;
     BMC_STATISTICS counts;
 };

@@ -136,6 +136,7 @@ TEST_F(BmcTest, ResetStopsTheWatchdog) {
     ask(bmc_request(1, 0x06, 0x24, {0x04, 0x01, 0x02, 0x00, 0x64, 0x05}));
     ask(bmc_request(2, 0x06, 0x22));
     ask({0x04, 0xA1});
+    EXPECT_FALSE(bmc.dueNs());
     EXPECT_EQ(ask(bmc_request(3, 0x06, 0x25)),
               bmc_answer(3, 0x06, 0x25, 0, {0x04, 0x01, 0x02, 0x00, 0x64, 0x05, 0x64, 0x05}));
 }
@@ -267,4 +268,45 @@ TEST_F(BmcTest, ObserverSeesWhatTheRmcSees) {
     ask(doorBell);
     ask(bmc_request(1, 0x06, 0x31));
     EXPECT_EQ(meanings, std::vector<std::string>{"door bell: nothing"});
+}
+
+TEST_F(BmcTest, WatchdogThatIsNotFedActsOnTheMachine) {
+    const struct {
+        std::uint8_t action;
+        Bytes output;
+    } rows[] = {
+        {0, {}}, {1, {0x06, 0xA1, 0x04, 0xA1}}, {2, {0x03, 0xA1}}, {3, {0x06, 0xA1, 0x04, 0xA1}}};
+    for (const auto &row : rows) {
+        ask(bmc_request(1, 0x06, 0x24, {4, row.action, 0, 0x10, 100, 0}));
+        EXPECT_FALSE(bmc.dueNs());
+        ask(bmc_request(2, 0x06, 0x22), SECOND);
+        EXPECT_EQ(bmc.dueNs(), 11 * SECOND);
+        ask(bmc_request(3, 0x06, 0x22), 5 * SECOND);
+        bmc.sendDue(15 * SECOND - 1);
+        EXPECT_TRUE(bmc.takeOutput().empty());
+        bmc.sendDue(15 * SECOND);
+        EXPECT_EQ(bmc.takeOutput(), row.output) << int{row.action};
+        EXPECT_FALSE(bmc.dueNs());
+        EXPECT_EQ(ask(bmc_request(4, 0x06, 0x25)),
+                  bmc_answer(4, 0x06, 0x25, 0, {4, row.action, 0, 0x10, 100, 0, 100, 0}));
+    }
+}
+
+TEST_F(BmcTest, NewConnectionIsNotResetForTheFormersSake) {
+    ask(bmc_request(1, 0x06, 0x24, {4, 1, 0, 0, 100, 0}));
+    ask(bmc_request(2, 0x06, 0x22));
+    bmc.connect();
+    bmc.sendDue(60 * SECOND);
+    EXPECT_TRUE(bmc.takeOutput().empty());
+}
+
+TEST_F(BmcTest, EarlierOfAnswerAndWatchdogIsDue) {
+    ask(bmc_request(1, 0x06, 0x24, {4, 0, 0, 0, 10, 0}));
+    ask(bmc_request(2, 0x06, 0x22));
+    behave(false, 500);
+    ask(doorBell);
+    EXPECT_EQ(bmc.dueNs(), SECOND + 500 * MS);
+    behave(false, 5000);
+    ask(doorBell);
+    EXPECT_EQ(bmc.dueNs(), 2 * SECOND);
 }
