@@ -4,6 +4,7 @@
 
 namespace {
 constexpr std::uint8_t NETFN_OEM = 0x3A, CMD_TRANSFER = 0x80;
+constexpr std::size_t VIOLATION_LIMIT = 1000;
 } // namespace
 
 bool RMC_BEHAVIOUR::isNormal() const {
@@ -36,7 +37,9 @@ RMC_REPLY Rmc::message(std::uint8_t netfn, std::uint8_t cmd, std::span<const std
     for (std::string &text : decoder.takeViolations()) violate(text);
     for (RMC_COMMAND &command : decoder.takeCommands()) {
         RMC_DOCUMENT document;
-        documents.check(command, document.value, violations);
+        std::vector<std::string> found;
+        documents.check(command, document.value, found);
+        for (const std::string &text : found) violate(text);
         document.text = std::move(command.argument);
         (command.name == "WriteInventory" ? inventories : events).push_back(std::move(document));
     }
@@ -44,7 +47,7 @@ RMC_REPLY Rmc::message(std::uint8_t netfn, std::uint8_t cmd, std::span<const std
 }
 
 void Rmc::violate(const std::string &text) {
-    violations.push_back(text);
+    if (violations.size() < VIOLATION_LIMIT) violations.push_back(text);
 }
 
 std::vector<RMC_DOCUMENT> Rmc::takeInventories() {

@@ -51,7 +51,7 @@ public:
 
     std::vector<RMC_DOCUMENT> takeInventories(); ///< received since the last call
     std::vector<RMC_DOCUMENT> takeEvents();
-    std::vector<std::string> takeViolations();
+    std::vector<std::string> takeViolations(); ///< likewise; at most 1000 are kept
 
 private:
     RmcDecoder decoder;

@@ -251,3 +251,12 @@ TEST(RmcBehaviour, DelayIsToldWithTheAnswer) {
     rmc.behave({});
     EXPECT_EQ(rmc.message(0x3A, 0x81, {}).delayMs, 0);
 }
+
+TEST(RmcBehaviour, ViolationsThatNobodyTakesAreBounded) {
+    Rmc rmc;
+    for (int i = 0; i < 1500; ++i)
+        rmc.message(0x3A, 0x81, {reinterpret_cast<const std::uint8_t *>("x"), 1});
+    EXPECT_EQ(rmc.takeViolations().size(), 1000u);
+    rmc.violate("another");
+    EXPECT_EQ(rmc.takeViolations(), std::vector<std::string>{"another"});
+}
