@@ -7,7 +7,7 @@
 #include "core/json_text.h"
 
 namespace {
-constexpr const char *STATUS_FILE = "/run/orbd.status";
+constexpr const char *STATUS_FILE = "/run/orbd.status", *STARTED_WITH = "/run/orbd.members";
 } // namespace
 
 Json::Value VmDaemon::talkative() {
@@ -28,6 +28,8 @@ void VmDaemon::start(const Json::Value &members) {
         throw VmFailure(std::string(CONFIG) + ": " + why);
     for (const std::string &key : members.getMemberNames()) config[key] = members[key];
     machine.write(CONFIG, compact_json(config));
+    machine.write(STARTED_WITH, compact_json(members));
+    machine.ask(std::string("rm -f ") + LOG);
     machine.ask("orb-service start");
     if (!machine.waitFor(std::string("[ -s ") + PID_FILE + " ] && kill -0 $(cat " + PID_FILE + ")",
                          START_LIMIT))
@@ -36,6 +38,11 @@ void VmDaemon::start(const Json::Value &members) {
 
 bool VmDaemon::isRunning() {
     return machine.run(std::string("kill -0 $(cat ") + PID_FILE + ")").status == 0;
+}
+
+bool VmDaemon::runsWith(const Json::Value &members) {
+    return isRunning() &&
+           machine.run(std::string("cat ") + STARTED_WITH).text == compact_json(members);
 }
 
 std::string VmDaemon::pid() {
@@ -57,7 +64,7 @@ void VmDaemon::kill() {
 
 void VmDaemon::makeSure() {
     if (isRunning()) kill();
-    machine.ask(std::string("rm -f ") + RUN_STATE + " " + LOG);
+    machine.ask(std::string("rm -f ") + RUN_STATE);
 }
 
 std::string VmDaemon::printed() {
@@ -84,6 +91,16 @@ std::size_t VmDaemon::mark(const std::string &log) {
 
 std::string VmDaemon::since(std::size_t mark, const std::string &log) {
     return machine.ask("tail -c +" + std::to_string(mark + 1) + " " + shell_word(log));
+}
+
+std::string VmDaemon::toldSince(std::size_t mark) {
+    return machine.ask("tail -c +" + std::to_string(mark + 1) + " " + LOG +
+                       " | grep -vE 'DB service thread up|Checking IPMI door bell|door bell: $'"
+                       " | tail -n 100");
+}
+
+bool VmDaemon::logHolds(const std::string &text) {
+    return machine.run("grep -qF -- " + shell_word(text) + " " + LOG).status == 0;
 }
 
 bool VmDaemon::awaitLog(const std::string &text, std::size_t mark, SECONDS limit,

@@ -28,6 +28,7 @@ public:
     /// it holds its pid file.
     void start(const Json::Value &members = talkative());
     bool isRunning();
+    bool runsWith(const Json::Value &members); ///< it runs, and was started with these
     std::string pid();
     int stop();      ///< in order; waits. @return its exit status
     void kill();     ///< by SIGKILL; waits
@@ -40,6 +41,10 @@ public:
     /// How far the log is now; lines behind it are new.
     std::size_t mark(const std::string &log = LOG);
     std::string since(std::size_t mark, const std::string &log = LOG);
+    /// The same for a reader: without the lines of door bell polls that bring nothing, and not more
+    /// than the last hundred.
+    std::string toldSince(std::size_t mark);
+    bool logHolds(const std::string &text); ///< of this run, by now
     /// Waits for a text behind a mark. @return false: time is over
     bool awaitLog(const std::string &text, std::size_t mark, SECONDS limit = LOG_LIMIT,
                   const std::string &log = LOG);

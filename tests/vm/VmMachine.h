@@ -24,7 +24,7 @@ struct VM_SHAPE {
     std::string machineOptions;       ///< behind "q35", such as "smbios-entry-point-type=32"
     std::vector<std::string> devices; ///< further arguments of the emulator
     std::string kernelWords;          ///< further words of the kernel's command line
-    unsigned memoryMiB = 1280;
+    unsigned memoryMiB = 1536;
     unsigned diskMiB = 64; ///< of /var, which outlives a reset
 
     bool operator==(const VM_SHAPE &) const = default;

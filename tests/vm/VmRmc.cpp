@@ -28,6 +28,15 @@ void VmRmc::behave(const RMC_BEHAVIOUR &behaviour) {
     link.use([&](Rmc &each) { each.behave(behaviour); });
 }
 
+bool VmRmc::behaveWithin(const RMC_BEHAVIOUR &behaviour, SECONDS limit) {
+    ring();
+    return link.waitFor(limit, [&](Rmc &each) {
+        if (!each.wire().isTransferOpen()) return false;
+        each.behave(behaviour);
+        return true;
+    });
+}
+
 void VmRmc::forget() {
     link.use([this](Rmc &each) {
         collect(each);

@@ -22,6 +22,9 @@ public:
 
     void ring(); ///< the door bell
     void behave(const RMC_BEHAVIOUR &behaviour);
+    /// Rings the door bell and changes its behaviour behind the first message of what comes.
+    /// @return false: no transfer began in time
+    bool behaveWithin(const RMC_BEHAVIOUR &behaviour, SECONDS limit);
     void forget(); ///< documents and broken rules so far
     void cut();    ///< the line to the machine
     void mend();   ///< the machine finds it again within a second or so

@@ -51,6 +51,13 @@ std::vector<SMBIOS_BYTES> smbios_structures(std::span<const std::uint8_t> table,
     return some;
 }
 
+std::vector<SMBIOS_BYTES> smbios_slots(const std::string &scenario) {
+    const SMBIOS_BYTES image = smbios_table(smbios_machine(scenario));
+    const auto table = find_smbios_table(image);
+    if (!table) throw VmFailure("the lab's image of " + scenario + " has no table");
+    return smbios_structures(*table, SLOT);
+}
+
 VM_SHAPE smbios_shape(const std::string &scenario, int bits, const std::string &folder) {
     const SCENARIO_MACHINE server = smbios_machine(scenario);
     VM_SHAPE shape;
@@ -69,11 +76,8 @@ VM_SHAPE smbios_shape(const std::string &scenario, int bits, const std::string &
                                              ",instance=" + std::to_string(device.instance) +
                                              ",pcidev=nic0"});
     }
-    const SMBIOS_BYTES image = smbios_table(server);
-    const auto table = find_smbios_table(image);
-    if (!table) throw VmFailure("the lab's image of " + scenario + " has no table");
     int number = 0;
-    for (const SMBIOS_BYTES &slot : smbios_structures(*table, SLOT)) {
+    for (const SMBIOS_BYTES &slot : smbios_slots(scenario)) {
         const std::string file =
             folder + "/" + scenario + ".slot" + std::to_string(++number) + ".bin";
         std::ofstream out(file, std::ios::binary | std::ios::trunc);

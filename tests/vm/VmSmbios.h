@@ -18,6 +18,9 @@ std::vector<SMBIOS_BYTES> smbios_structures(std::span<const std::uint8_t> table)
 /// Those of one type.
 std::vector<SMBIOS_BYTES> smbios_structures(std::span<const std::uint8_t> table, std::uint8_t type);
 
+/// The slots of such a server, as the lab makes them.
+std::vector<SMBIOS_BYTES> smbios_slots(const std::string &scenario);
+
 /// A machine whose firmware tables tell of such a server: its type 1, its slots byte by byte as the
 /// lab makes them, and as its first on-board device the machine's network adapter.
 /// @param bits    of the entry point: 32 or 64

@@ -7,8 +7,6 @@
 namespace {
 // A machine that failed twice is not worth a third wait in each further case.
 constexpr int BOOT_TRIES = 2;
-constexpr VmRmc::SECONDS FIRST_INVENTORY{60};
-constexpr const char *DELIVERED = "Success in delivering inventory string to RMC!";
 
 std::optional<VM_PLACES> chosen;
 } // namespace
@@ -70,18 +68,32 @@ VmMachine &VmTest::usual() {
     return take(VmWorld::get().machine(usualShape()));
 }
 
-VmMachine &VmTest::reporting() {
+VmMachine &VmTest::starting() {
     VmMachine &machine = usual();
-    if (daemon->isRunning() &&
-        machine.run("cmp -s /run/orb.conf.usual " + std::string(VmDaemon::CONFIG) +
-                    " && grep -qF -- " + shell_word(DELIVERED) + " " + VmDaemon::LOG)
-                .status == 0)
-        return machine;
+    const Json::Value state =
+        daemon->runsWith(VmDaemon::talkative()) ? daemon->runState() : Json::Value();
+    if (state["last_start"] == 0 && !daemon->logHolds(DELIVERED)) return machine;
     daemon->makeSure();
     daemon->start();
-    machine.ask(std::string("cp ") + VmDaemon::CONFIG + " /run/orb.conf.usual");
-    if (!rmc.awaitInventories(1, FIRST_INVENTORY) || !daemon->awaitLog(DELIVERED, 0))
-        throw VmFailure("no first inventory came:\n" + daemon->since(0));
+    return machine;
+}
+
+VmMachine &VmTest::reporting() {
+    VmMachine &machine = usual();
+    if (!daemon->runsWith(VmDaemon::talkative())) {
+        daemon->makeSure();
+        daemon->start();
+    }
+    if (!daemon->awaitLog(DELIVERED, 0, FIRST_INVENTORY))
+        throw VmFailure("no first inventory came:\n" + daemon->toldSince(0));
     rmc.forget();
     return machine;
+}
+
+std::string VmTest::freshInventory() {
+    const std::size_t before = rmc.inventories().size();
+    rmc.ring();
+    if (!rmc.awaitInventories(before + 1, NEXT_INVENTORY))
+        throw VmFailure("the door bell brings no inventory:\n" + daemon->toldSince(0));
+    return rmc.inventories().back().text;
 }

@@ -46,8 +46,16 @@ protected:
     /// The server that most cases need: first generation.
     static VM_SHAPE usualShape();
     VmMachine &usual(); ///< that machine, up
+    /// That machine with a daemon that runs for the first time and has yet to deliver.
+    VmMachine &starting();
     /// That machine with a daemon that has delivered its first inventory and waits for what comes.
     VmMachine &reporting();
+
+    /// Rings the door bell and waits for the inventory. @return its text
+    std::string freshInventory();
+
+    static constexpr VmRmc::SECONDS FIRST_INVENTORY{60}, NEXT_INVENTORY{20};
+    static constexpr const char *DELIVERED = "Success in delivering inventory string to RMC!";
 
     VmRmc &rmc = VmWorld::get().rmc();
     std::optional<VmDaemon> daemon; ///< of the machine that the case asked for

@@ -15,7 +15,7 @@ TEST_F(DriverTest, DaemonLoadsTheModulesAndTheDriverIsContent) {
     ASSERT_NE(machine.run("ls /dev/ipmi0").status, 0);
 
     daemon->start();
-    ASSERT_TRUE(daemon->awaitLog(POLLED, 0, DRIVER_LIMIT)) << daemon->since(0);
+    ASSERT_TRUE(daemon->awaitLog(POLLED, 0, DRIVER_LIMIT)) << daemon->toldSince(0);
 
     const std::string modules = machine.ask("lsmod");
     for (const char *name :
