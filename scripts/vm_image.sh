@@ -37,30 +37,30 @@ vm_update() {
 # vm_unpack PACKAGE VERSION FOLDER: downloads the package and makes FOLDER of it, whole or not at all.
 # A run beside this one may do the same: the first to end wins.
 vm_unpack() (
-    set -euo pipefail
-    making=$(mktemp -d "$vm_cache/making.XXXXXX")
+    # Whoever asks for this function's status switches set -e off in it: each step tells by itself.
+    making=$(mktemp -d "$vm_cache/making.XXXXXX") || exit 1
     trap 'rm -rf "$making"' EXIT
     trap 'exit 1' INT TERM HUP
-    # apt-get drops its rights for the download and has to get into the folder.
-    chmod 755 "$making"
-    cd "$making"
-    apt-get -q -o APT::Sandbox::User=root download "$1=$2"
+    cd "$making" || exit 1
+    apt-get -q -o APT::Sandbox::User=root download "$1=$2" || exit 1
     mkdir tree
     # Sound, graphics and radio make up half of the package, and no machine here has them.
+    set -o pipefail
     dpkg-deb --fsys-tarfile ./*.deb | tar -x -C tree --no-same-owner \
         --exclude='*/kernel/sound' --exclude='*/drivers/gpu' --exclude='*/drivers/media' \
         --exclude='*/drivers/infiniband' --exclude='*/drivers/staging' --exclude='*/wireless' \
-        --exclude='*/usr/share'
-    release=$(ls tree/lib/modules)
-    depmod -b "$making/tree" "$release"
-    ln -s "$(cd tree/boot && ls vmlinuz-*)" tree/boot/vmlinuz
+        --exclude='*/usr/share' || exit 1
+    release=$(ls tree/lib/modules) || exit 1
+    depmod -b "$making/tree" "$release" || exit 1
+    ln -s "vmlinuz-$release" tree/boot/vmlinuz
+    [ -s tree/boot/vmlinuz ] || exit 1
     mv -T tree "$3" 2>/dev/null || [ -e "$3/boot/vmlinuz" ]
 )
 
-# vm_kernel: sets vm_kernel_folder to an unpacked kernel package, with boot/vmlinuz and lib/modules.
-# Without a network the newest that an earlier run fetched serves.
+# vm_kernel: sets vm_kernel_folder to an unpacked kernel package, with boot/vmlinuz and lib/modules:
+# the one that the package lists name, else, say without a network, the last that a run used here.
 vm_kernel() {
-    local package version found log="$vm_cache/fetch.$$.log"
+    local package version log="$vm_cache/fetch.$$.log"
     [ "$(dpkg --print-architecture)" = amd64 ] || die "the virtual machine is for amd64 hosts"
     mkdir -p "$vm_cache"
     # What a killed run left.
@@ -68,8 +68,9 @@ vm_kernel() {
         -mmin +1440 -exec rm -rf {} +
 
     for _ in 1 2; do
+        package=
         read -r package version < <(vm_packages) || true
-        if [ -n "${package-}" ]; then
+        if [ -n "$package" ]; then
             vm_kernel_folder="$vm_cache/${package}_${version//:/%3a}"
             if [ ! -e "$vm_kernel_folder/boot/vmlinuz" ]; then
                 note "fetching $package"
@@ -78,20 +79,18 @@ vm_kernel() {
             fi
             [ ! -e "$vm_kernel_folder/boot/vmlinuz" ] || break
         fi
-        # Empty lists, or some that name a version which is gone.
+        # shellcheck disable=SC2012 # the names are ours
+        vm_kernel_folder=$({ ls -td "$vm_cache"/linux-image-* 2>/dev/null || true; } | head -n 1)
+        [ -z "$vm_kernel_folder" ] || break
+        # A fresh machine's lists are empty, an old one's name versions that are gone.
         note "fetching package lists"
         vm_update >>"$log" 2>&1 || true
         note_done
     done
-    if [ ! -e "${vm_kernel_folder-}/boot/vmlinuz" ]; then
-        # shellcheck disable=SC2012 # the names are ours
-        found=$(ls -td "$vm_cache"/linux-image-*/ 2>/dev/null | head -n 1)
-        if [ -z "$found" ]; then
-            tail -n 20 "$log" >&2 2>/dev/null
-            rm -f "$log"
-            die "no kernel package could be fetched"
-        fi
-        vm_kernel_folder=${found%/}
+    if [ -z "$vm_kernel_folder" ]; then
+        tail -n 20 "$log" >&2
+        rm -f "$log"
+        die "no kernel package could be fetched"
     fi
     rm -f "$log"
     touch "$vm_kernel_folder"
@@ -103,11 +102,11 @@ vm_kernel() {
 # vm_copy_modules ROOT: the modules of vm_modules with all that they need, and their index.
 vm_copy_modules() {
     local root=$1 release from
-    release=$(ls "$vm_kernel_folder/lib/modules")
+    release=$(ls "$vm_kernel_folder/lib/modules") || return 1
     from="$vm_kernel_folder/lib/modules/$release"
     mkdir -p "$root/lib/modules/$release"
     cp "$from"/modules.builtin "$from"/modules.builtin.modinfo "$from"/modules.order \
-        "$root/lib/modules/$release"
+        "$root/lib/modules/$release" || return 1
     # modules.dep names each file with everything it needs, also at one remove.
     awk -v wanted="${vm_modules[*]}" '
         BEGIN { n = split(wanted, list, " "); for (i = 1; i <= n; i++) want[list[i]] = 1 }
@@ -120,7 +119,8 @@ vm_copy_modules() {
             if (!(name in want)) next
             print file
             for (i = 2; i <= NF; i++) print $i
-        }' "$from/modules.dep" | sort -u | (cd "$from" && cpio -pdmu --quiet "$root/lib/modules/$release")
+        }' "$from/modules.dep" | sort -u |
+        (cd "$from" && cpio -pdmu --quiet "$root/lib/modules/$release") || return 1
     depmod -b "$root" "$release"
 }
 
@@ -132,39 +132,41 @@ vm_copy_libraries() {
     printf '%s\0' "$@" | { xargs -0 ldd 2>/dev/null || true; } |
         awk '/=> \// { print $3 } $1 ~ /^\// && $1 !~ /:$/ { print $1 }' | sort -u |
         while read -r library; do
-            [[ $library == "$root"/* ]] || install -D -m 755 "$library" "$root$library"
+            [[ $library == "$root"/* ]] || install -D -m 755 "$library" "$root$library" || exit 1
         done
 }
 
 # vm_image OUTPUT [FILE=PLACE...]: an initramfs of what the release build installs, busybox, the
 # modules and tests/vm/guest; each FILE=PLACE puts one more program or file into it.
 vm_image() (
-    set -euo pipefail
+    set -o pipefail
     output=$1
     shift
-    root=$(mktemp -d "${TMPDIR:-/tmp}/orb-image.XXXXXX")
+    root=$(mktemp -d "${TMPDIR:-/tmp}/orb-image.XXXXXX") || exit 1
     trap 'rm -rf "$root"' EXIT
     trap 'exit 1' INT TERM HUP
     chmod 755 "$root"
 
     # shellcheck disable=SC2154 # common.sh sets top
-    DESTDIR=$root cmake --install "$top/build/release" >"$output.log" 2>&1 ||
-        { cat "$output.log" >&2 && exit 1; }
+    if ! DESTDIR=$root cmake --install "$top/build/release" >"$output.log" 2>&1; then
+        cat "$output.log" >&2
+        exit 1
+    fi
     rm -rf "$root/usr/share/man" "$output.log"
     for pair in "$@"; do
-        install -D -m 755 "${pair%%=*}" "$root${pair#*=}"
+        install -D -m 755 "${pair%%=*}" "$root${pair#*=}" || exit 1
     done
     mkdir -p "$root"/{bin,sbin,usr/bin,usr/sbin,dev,proc,sys,run,tmp,var,etc,mnt,root,scratch}
     chmod 1777 "$root/tmp"
-    install -m 755 /bin/busybox "$root/bin/busybox"
+    install -m 755 /bin/busybox "$root/bin/busybox" || exit 1
     "$root/bin/busybox" --list-full | while read -r applet; do
-        [ "$applet" = bin/busybox ] || ln -sf /bin/busybox "$root/$applet"
-    done
-    cp -r "$top/tests/vm/guest/." "$root/"
+        [ "$applet" = bin/busybox ] || ln -sf /bin/busybox "$root/$applet" || exit 1
+    done || exit 1
+    cp -r "$top/tests/vm/guest/." "$root/" || exit 1
     chmod 755 "$root/init" "$root/usr/sbin"/orb-*
-    install -D -m 644 /usr/share/misc/pci.ids "$root/usr/share/misc/pci.ids"
-    vm_copy_modules "$root"
+    install -D -m 644 /usr/share/misc/pci.ids "$root/usr/share/misc/pci.ids" || exit 1
+    vm_copy_modules "$root" || exit 1
     mapfile -t programs < <(find "$root/opt" "$root/usr/local" -type f -perm /111 2>/dev/null)
-    vm_copy_libraries "$root" "${programs[@]}"
+    vm_copy_libraries "$root" "${programs[@]}" || exit 1
     (cd "$root" && find . -print0 | cpio -0 -o -H newc -R 0:0 --quiet) >"$output"
 )

@@ -1,0 +1,151 @@
+#!/usr/bin/env python3
+"""scripts/vmtest over a made-up build: its image, its last line, its exit status, what it leaves."""
+
+import os
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+TOP = Path(__file__).resolve().parent.parent.parent
+
+# What cmake --install puts into the image; the build itself does nothing.
+CMAKE = """#!/bin/sh
+[ "$1" = --install ] || exit 0
+mkdir -p "$DESTDIR/opt/vantor/orb/bin"
+cp /bin/sh "$DESTDIR/opt/vantor/orb/bin/orbd"
+"""
+# The kernel that an earlier run fetched.
+KERNEL = "orb/vm/linux-image-9_1"
+
+
+class VmtestScript(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.top = Path(folder.name)
+        for name in ("scripts", "bin", "temporary", "build/release/tests/vm"):
+            (self.top / name).mkdir(parents=True)
+        for name in ("vmtest", "common.sh", "vm_image.sh"):
+            shutil.copy(TOP / "scripts" / name, self.top / "scripts" / name)
+        shutil.copytree(TOP / "tests/vm/guest", self.top / "tests/vm/guest")
+        self.program("scripts/bootstrap", "#!/bin/sh\n")
+        self.program("bin/cmake", CMAKE)
+        self.program("bin/ninja", "#!/bin/sh\n")
+        # No network, and package lists that are empty.
+        self.program("bin/apt-cache", "#!/bin/sh\n")
+        self.program("bin/apt-get", "#!/bin/sh\nexit 100\n")
+        # The modules are no real ones.
+        self.program("bin/depmod", "#!/bin/sh\n: >\"$2/lib/modules/$3/modules.dep\"\n")
+        (self.top / "cache" / KERNEL / "boot").mkdir(parents=True)
+        (self.top / "cache" / KERNEL / "boot/vmlinuz").touch()
+        modules = self.top / "cache" / KERNEL / "lib/modules/9"
+        (modules / "kernel").mkdir(parents=True)
+        for name in ("modules.builtin", "modules.builtin.modinfo", "modules.order",
+                     "kernel/sg.ko", "kernel/other.ko", "kernel/scsi_mod.ko"):
+            (modules / name).touch()
+        (modules / "modules.dep").write_text(
+            "kernel/sg.ko: kernel/scsi_mod.ko\nkernel/other.ko:\nkernel/scsi_mod.ko:\n",
+            encoding="utf-8")
+
+    def program(self, name, text):
+        path = self.top / name
+        path.write_text(text, encoding="utf-8")
+        path.chmod(0o755)
+
+    def cases(self, text):
+        self.program("build/release/tests/vm/vm_test", "#!/bin/bash\n" + text)
+
+    def start(self, *options, **more):
+        return subprocess.Popen(
+            [self.top / "scripts/vmtest", *options], stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE, text=True,
+            env={**os.environ, "PATH": f"{self.top}/bin:{os.environ['PATH']}",
+                 "XDG_CACHE_HOME": str(self.top / "cache"),
+                 "TMPDIR": str(self.top / "temporary"), **more})
+
+    def expect(self, run, last_line, status):
+        output, errors = run.communicate(timeout=60)
+        self.assertEqual(output.splitlines()[-1], last_line, output + errors)
+        self.assertEqual(run.returncode, status)
+        self.assertEqual(list((self.top / "temporary").iterdir()), [], "files are left")
+        return output, errors
+
+    def test_all_well(self):
+        self.cases("echo 'ok        1.0 s  A.One'\necho 'ok        2.0 s  A.Two'\n")
+        output, _ = self.expect(self.start(), "2 passed, 0 failed", 0)
+        self.assertIn("ok        1.0 s  A.One\n", output)
+
+    def test_a_failed_case_fails_the_run(self):
+        self.cases("echo 'ok        1.0 s  A.One'\necho 'FAILED    2.0 s  A.Two'\nexit 1\n")
+        self.expect(self.start(), "1 passed, 1 failed", 1)
+
+    def test_cases_that_die_have_failed(self):
+        self.cases("echo 'ok        1.0 s  A.One'\nkill -SEGV $$\n")
+        _, errors = self.expect(self.start(), "1 passed, 1 failed", 1)
+        self.assertIn("the cases ended with status 139", errors)
+
+    def test_no_case_at_all_is_a_failure(self):
+        self.cases("")
+        self.expect(self.start("--filter", "No.Such"), "0 passed, 1 failed", 1)
+
+    def test_a_failed_installation_is_a_failure(self):
+        self.cases("echo 'ok        1.0 s  A.One'\n")
+        self.program("bin/cmake", "#!/bin/sh\necho broken installation\nexit 1\n")
+        _, errors = self.expect(self.start(), "0 passed, 1 failed", 1)
+        self.assertIn("broken installation", errors)
+
+    def test_no_kernel_is_a_failure(self):
+        self.cases("echo 'ok        1.0 s  A.One'\n")
+        shutil.rmtree(self.top / "cache" / KERNEL)
+        _, errors = self.expect(self.start(), "0 passed, 1 failed", 1)
+        self.assertIn("no kernel package could be fetched", errors)
+
+    def test_image_holds_installation_guest_and_needed_modules(self):
+        self.cases("while [ $# -gt 0 ]; do [ $1 = --image ] && image=$2; shift; done\n"
+                   "cpio -it --quiet <$image >$LISTED\necho 'ok        1.0 s  A.One'\n")
+        listed = self.top / "listed"
+        self.expect(self.start(LISTED=str(listed)), "1 passed, 0 failed", 0)
+        names = set(listed.read_text(encoding="utf-8").splitlines())
+        for name in ("init", "etc/inittab", "usr/sbin/orb-agent", "opt/vantor/orb/bin/orbd",
+                     "bin/busybox", "bin/sh", "lib/modules/9/kernel/sg.ko",
+                     "lib/modules/9/kernel/scsi_mod.ko", "lib/modules/9/modules.dep"):
+            self.assertIn(name, names)
+        self.assertNotIn("lib/modules/9/kernel/other.ko", names)
+        self.assertTrue(any("/libc.so" in name for name in names), names)
+
+    def test_an_end_from_outside_ends_the_cases_and_fails(self):
+        for number in (signal.SIGTERM, signal.SIGINT):
+            with self.subTest(number):
+                self.cases("echo 'ok        1.0 s  A.One'\necho $$ >$PID_FILE\nexec sleep 60\n")
+                pid_file = self.top / "pid"
+                pid_file.unlink(missing_ok=True)
+                run = self.start(PID_FILE=str(pid_file))
+                while not (pid_file.exists() and pid_file.read_text(encoding="utf-8")):
+                    self.assertIsNone(run.poll())
+                    time.sleep(0.02)
+                run.send_signal(number)
+                self.expect(run, "1 passed, 1 failed", 1)
+                with self.assertRaises(ProcessLookupError):
+                    os.kill(int(pid_file.read_text(encoding="utf-8")), 0)
+
+    def test_usage_errors(self):
+        self.cases("")
+        for options in (["--quack"], ["--filter"]):
+            run = self.start(*options)
+            _, errors = run.communicate(timeout=60)
+            self.assertEqual(run.returncode, 2, errors)
+
+    def test_a_shell_needs_a_terminal(self):
+        self.cases("")
+        run = self.start("--shell")
+        _, errors = run.communicate(timeout=60)
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("--shell: needs a terminal", errors)
+
+
+if __name__ == "__main__":
+    unittest.main()
