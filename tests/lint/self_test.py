@@ -122,6 +122,8 @@ CASES = [
     (tool_checks.formatting, "straight", {
         ".clang-format": "BasedOnStyle: LLVM\n", "src/core/a.cpp": "int f();\n"}, 0),
     (tool_checks.shell_scripts, "unquoted", {"scripts/a": "#!/bin/sh\ncat $1\n"}, 1),
+    (tool_checks.shell_scripts, "unquoted in a sourced file", {
+        "scripts/a.sh": "# shellcheck shell=bash\ncat $1\n"}, 1),
     (tool_checks.shell_scripts, "good", {"scripts/a": '#!/bin/sh\ncat "$1"\n'}, 0),
     (tool_checks.cppcheck, "out of bounds", {
         "tests/lint/cppcheck.txt": "", "src/core/a.cpp": "int f() { int a[2] = {1, 2}; return a[2]; }\n"}, 1),
