@@ -47,7 +47,13 @@ inline std::vector<std::uint8_t> bmc_answer(std::uint8_t sequence, std::uint8_t 
 /// The machine's end of a controller's wire, on the loopback interface.
 class BmcMachine {
 public:
-    explicit BmcMachine(std::uint16_t port) : fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    /// @param bufferBytes  of the kernel for each way, roughly; 0: as the kernel likes
+    explicit BmcMachine(std::uint16_t port, int bufferBytes = 0)
+        : fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        for (const int option : {SO_SNDBUF, SO_RCVBUF}) {
+            if (bufferBytes == 0) break;
+            EXPECT_EQ(::setsockopt(fd, SOL_SOCKET, option, &bufferBytes, sizeof bufferBytes), 0);
+        }
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
@@ -61,6 +67,19 @@ public:
     void send(const std::vector<std::uint8_t> &bytes) const {
         EXPECT_EQ(::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(bytes.size()));
+    }
+    /// Sends as much of the bytes from `from` on as there is room for. @return how much that was
+    std::size_t sendSome(const std::vector<std::uint8_t> &bytes, std::size_t from) const {
+        const ssize_t sent =
+            ::send(fd, bytes.data() + from, bytes.size() - from, MSG_NOSIGNAL | MSG_DONTWAIT);
+        return sent > 0 ? static_cast<std::size_t>(sent) : 0;
+    }
+    /// @return what has come so far; empty where nothing has
+    std::vector<std::uint8_t> receiveSome() const {
+        std::vector<std::uint8_t> bytes(65536);
+        const ssize_t got = ::recv(fd, bytes.data(), bytes.size(), MSG_DONTWAIT);
+        bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+        return bytes;
     }
     /// @return as many bytes as are wanted; fewer where the connection ends
     std::vector<std::uint8_t> receive(std::size_t count) const {

@@ -2,10 +2,14 @@
 
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <signal.h>
 #include <sys/socket.h>
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -15,11 +19,19 @@
 #include "support/BmcMachine.h"
 
 namespace {
+namespace fs = std::filesystem;
 using Bytes = std::vector<std::uint8_t>;
 using namespace std::chrono_literals;
 
 const Bytes DOOR_BELL = bmc_request(9, 0x3A, 0x81), NOT_RUNG = bmc_answer(9, 0x3A, 0x81, 0, {0});
 const Bytes FLAGS = bmc_request(1, 0x06, 0x31), NO_FLAGS = bmc_answer(1, 0x06, 0x31, 0, {0});
+
+std::set<std::string> names_in(const std::string &folder) {
+    std::set<std::string> names;
+    for (const fs::directory_entry &each : fs::directory_iterator(folder))
+        names.insert(each.path().filename());
+    return names;
+}
 
 class BmcServerTest : public ::testing::Test {
 protected:
@@ -165,4 +177,40 @@ TEST_F(BmcServerTest, DescriptorsAreNotInherited) {
         if (::getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length) != 0) continue;
         EXPECT_NE(::fcntl(fd, F_GETFD) & FD_CLOEXEC, 0) << fd;
     }
+}
+
+TEST_F(BmcServerTest, StopLeavesNoDescriptor) {
+    server.stop();
+    const auto before = names_in("/proc/self/fd").size();
+    for (int round = 0; round < 2; ++round) {
+        std::string error;
+        ASSERT_TRUE(server.start(0, error)) << error;
+        const BmcMachine machine(server.port());
+        EXPECT_EQ(machine.ask(FLAGS), NO_FLAGS);
+        server.stop();
+    }
+    EXPECT_EQ(names_in("/proc/self/fd").size(), before);
+}
+
+TEST(BmcServerThread, LeavesSignalsToItsOwner) {
+    const std::set<std::string> before = names_in("/proc/self/task");
+    Rmc rmc;
+    BmcServer server(rmc);
+    std::string error;
+    ASSERT_TRUE(server.start(0, error)) << error;
+    const BmcMachine machine(server.port());
+    EXPECT_EQ(machine.ask(FLAGS), NO_FLAGS); // it runs
+    const std::uint64_t owners = 1u << (SIGTERM - 1) | 1u << (SIGINT - 1) | 1u << (SIGCHLD - 1);
+    std::size_t holdingBack = 0;
+    for (const std::string &each : names_in("/proc/self/task")) {
+        if (before.contains(each)) continue;
+        std::ifstream status("/proc/self/task/" + each + "/status");
+        std::string word;
+        while (status >> word && word != "SigBlk:") {
+        }
+        std::uint64_t blocked = 0;
+        status >> std::hex >> blocked;
+        if ((blocked & owners) == owners) ++holdingBack;
+    }
+    EXPECT_GE(holdingBack, 1u);
 }

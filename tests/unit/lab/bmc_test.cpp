@@ -170,6 +170,29 @@ TEST_F(BmcTest, NewConnectionForgetsTheOpenTransferAndHalfAMessage) {
     EXPECT_TRUE(rmc.takeViolations().empty());
 }
 
+TEST_F(BmcTest, NewConnectionGetsNothingThatWasForTheFormer) {
+    bmc.take(doorBell, SECOND);
+    bmc.connect();
+    EXPECT_TRUE(bmc.takeOutput().empty());
+    behave(false, 200);
+    ask(doorBell);
+    bmc.connect();
+    EXPECT_FALSE(bmc.dueNs());
+    bmc.sendDue(2 * SECOND);
+    EXPECT_TRUE(bmc.takeOutput().empty());
+    EXPECT_EQ(bmc.statistics().givenUp, 1u);
+}
+
+TEST_F(BmcTest, ResetForgetsTheAnswerThatIsStillToCome) {
+    behave(false, 200);
+    ask(doorBell);
+    EXPECT_EQ(ask({0x04, 0xA1}), (Bytes{0x06, 0xA1}));
+    EXPECT_FALSE(bmc.dueNs());
+    bmc.sendDue(2 * SECOND);
+    EXPECT_TRUE(bmc.takeOutput().empty());
+    EXPECT_EQ(bmc.statistics().givenUp, 1u);
+}
+
 TEST_F(BmcTest, VersionAndCapabilitiesAreTakenInSilence) {
     EXPECT_TRUE(ask({0xFF, 0x01, 0xA1, 0x08, 0x3F, 0xA1}).empty());
     EXPECT_TRUE(rmc.takeViolations().empty());
