@@ -19,12 +19,12 @@ RmcAlone::RmcAlone(RMC_ALONE_SETTINGS wanted)
 }
 
 bool RmcAlone::prepare(std::string &error) {
-    if (!signals.take(error) || !folder.take(settings.outputFolder, error) ||
-        !outputs.open(settings.outputFolder, error) || !rmc.loadSchemas(settings.schemas, error))
-        return false;
     inputs.useStandardInput();
-    return (settings.commandFifo.empty() || inputs.useFifo(settings.commandFifo, error)) &&
-           wire.open(settings.port, error);
+    // The files last: a start that fails leaves those of the former run.
+    return signals.take(error) && folder.take(settings.outputFolder, error) &&
+           rmc.loadSchemas(settings.schemas, error) &&
+           (settings.commandFifo.empty() || inputs.useFifo(settings.commandFifo, error)) &&
+           wire.open(settings.port, error) && outputs.open(settings.outputFolder, error);
 }
 
 int RmcAlone::run() {

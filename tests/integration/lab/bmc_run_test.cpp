@@ -66,10 +66,14 @@ TEST(LabBmc, ShowsAndKeepsWhatAMachineSends) {
     ASSERT_TRUE(lab.await("Host         vm-01"));
     transfer(machine, "MPEventGen", EVENT);
     ASSERT_TRUE(lab.await("event  2026-01-03 08:04:09   356"));
-    lab.say("quit\n");
+    const std::size_t shownBefore = lab.out().size();
+    lab.say("show summary\nshow events\nshow inventory\nquit\n");
     EXPECT_EQ(lab.wait(), 0);
     EXPECT_TRUE(machine.isEnded());
-    EXPECT_NE(lab.out().find("1 inventory, 1 event received"), std::string::npos);
+    const std::string shown = lab.out().substr(shownBefore);
+    for (const char *text : {"Host         vm-01", "2026-01-03 08:04:09   356",
+                             R"("HostName" : "vm-01")", "1 inventory, 1 event received"})
+        EXPECT_NE(shown.find(text), std::string::npos) << text << " in " << shown;
     EXPECT_EQ(lab.err(), "");
 
     Json::Value sent, kept;
@@ -95,6 +99,12 @@ TEST(LabBmc, CommandsBendTheAnswersAndRingTheBell) {
         bmc_answer(1, 0x3A, 0x81, 0,
                    {'W', 'r', 'i', 't', 'e', 'I', 'n', 'v', 'e', 'n', 't', 'o', 'r', 'y', 0});
     EXPECT_EQ(machine.ask(bell), answer);
+    const auto genericBell = bmc_request(1, 0x3A, 0x82);
+    lab.say("door-bell generic\n");
+    ASSERT_TRUE(lab.await("command: door-bell generic"));
+    EXPECT_EQ(machine.ask(bell), bmc_answer(1, 0x3A, 0x81, 0, {0}));
+    EXPECT_EQ(machine.ask(genericBell), bmc_answer(1, 0x3A, 0x82, 0, {1}));
+    EXPECT_EQ(machine.ask(genericBell), bmc_answer(1, 0x3A, 0x82, 0, {0}));
     std::ofstream(lab.folder() + "/fifo") << "rmc completion 0xC0\n" << std::flush;
     ASSERT_TRUE(lab.await("command: rmc completion 0xC0"));
     EXPECT_EQ(machine.ask(bell), bmc_answer(1, 0x3A, 0x81, 0xC0));
@@ -152,13 +162,27 @@ TEST(LabBmc, MachineThatComesBackStartsATransferAnew) {
     EXPECT_EQ(lab.lines("transcript.jsonl").back()["life"].asInt(), 2);
 }
 
-TEST(LabBmc, PortInUseIsTold) {
+TEST(LabBmc, PortInUseIsToldAndSpoilsNoFile) {
     LabRun first, second;
     first.start({"--bmc", "0"});
     const std::string port = std::to_string(port_of(first));
+    std::filesystem::create_directory(second.output());
+    second.write("out/inventory.json", "of the former run");
+    second.write("out/events.jsonl", "of the former run");
     EXPECT_EQ(second.run({"--bmc", port}), 1);
     EXPECT_EQ(second.err(), "orblab: 127.0.0.1:" + port + ": Address already in use\n");
     EXPECT_EQ(second.out(), "");
+    EXPECT_EQ(second.read("inventory.json"), "of the former run");
+    EXPECT_EQ(second.read("events.jsonl"), "of the former run");
+}
+
+TEST(LabBmc, QuietRunTellsErrorsOnly) {
+    LabRun lab;
+    lab.start({"--bmc", "0", "--quiet"});
+    lab.say("colour\nquit\n");
+    EXPECT_EQ(lab.wait(), 0);
+    EXPECT_EQ(lab.out(), "");
+    EXPECT_EQ(lab.err(), "orblab: colour: unknown command, try help\n");
 }
 
 TEST(LabBmc, LostOutputEndsTheRun) {

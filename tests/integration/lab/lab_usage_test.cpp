@@ -47,6 +47,26 @@ const UsageCase USAGES[] = {
      {"--bmc", "0", "--once"},
      "orblab: --bmc: has no simulated server, so --once means nothing with it\n"
      "Try orblab --help.\n"},
+    {"BmcKeep",
+     {"--keep", "--bmc", "0"},
+     "orblab: --bmc: has no simulated server, so --keep means nothing with it\n"
+     "Try orblab --help.\n"},
+    {"BmcScenario",
+     {"--bmc", "0", "--scenario", "small"},
+     "orblab: --bmc: has no simulated server, so --scenario means nothing with it\n"
+     "Try orblab --help.\n"},
+    {"BmcListScenarios",
+     {"--bmc", "0", "--list-scenarios"},
+     "orblab: --bmc: has no simulated server, so --list-scenarios means nothing with it\n"
+     "Try orblab --help.\n"},
+    {"BmcHost",
+     {"--bmc", "0", "--host", "linux"},
+     "orblab: --bmc: has no simulated server, so --host means nothing with it\n"
+     "Try orblab --help.\n"},
+    {"BmcSpeed",
+     {"--speed", "1", "--bmc", "0"},
+     "orblab: --bmc: has no simulated server, so --speed means nothing with it\n"
+     "Try orblab --help.\n"},
     {"EmptyOutput", {"--output", ""}, "orblab: --output: needs a folder\nTry orblab --help.\n"},
 };
 void PrintTo(const UsageCase &row, std::ostream *os) {
