@@ -20,7 +20,6 @@ constexpr std::uint8_t CMD_DEVICE_ID = 0x01, CMD_DEVICE_GUID = 0x08, CMD_RESTART
                        CMD_GET_ENABLES = 0x2F, CMD_CLEAR_FLAGS = 0x30, CMD_GET_FLAGS = 0x31,
                        CMD_GET_MESSAGE = 0x33, CMD_READ_EVENT = 0x35, CMD_BT_CAPABILITIES = 0x36,
                        CMD_SYSTEM_GUID = 0x37, CMD_CHANNEL_INFO = 0x42;
-constexpr std::uint8_t CMD_TRANSFER = 0x80;
 
 constexpr std::uint8_t NOTHING_THERE = 0x80, INVALID_COMMAND = 0xC1, INVALID_FOR_LUN = 0xC2,
                        WRONG_LENGTH = 0xC7, INVALID_FIELD = 0xCC;
@@ -44,7 +43,7 @@ bool is_for_rmc(const BMC_REQUEST &request) {
 }
 
 bool is_transfer(const BMC_REQUEST &request) {
-    return request.netfn == NETFN_OEM && request.cmd == CMD_TRANSFER;
+    return RmcDecoder::isTransfer(request.netfn, request.cmd);
 }
 
 /// The system interface is the only channel: medium 0x0C, protocol KCS, no sessions, defined by the
@@ -55,6 +54,7 @@ RMC_ANSWER channel_info(std::uint8_t wanted) {
     return {0, {SYSTEM_CHANNEL, 0x0C, 0x05, 0x00, 0xF2, 0x1B, 0x00, 0xFF, 0xFF}};
 }
 
+/// A UUID of version 4, least significant byte first.
 RMC_ANSWER guid() {
     return {0,
             {0x4F, 0x52, 0x42, 0x4C, 0x41, 0x42, 0x42, 0x83, 0x10, 0x40, 0x00, 0x01, 0x00, 0x00,

@@ -24,8 +24,8 @@ public:
     BmcServer(const BmcServer &) = delete;
     BmcServer &operator=(const BmcServer &) = delete;
 
-    /// Listens on 127.0.0.1 and serves. @param port  0: any free one @param error  takes "what:
-    /// why"
+    /// Listens on 127.0.0.1 and serves.
+    /// @param port  0: any free one @param error  takes "what: why"
     bool start(std::uint16_t port, std::string &error);
     std::uint16_t port() const; ///< 0 while it doesn't serve
     void stop();                ///< ends the connection, the listener and the thread

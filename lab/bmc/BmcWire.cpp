@@ -82,6 +82,7 @@ void BmcWireReader::endFrame(bool isMessage) {
 std::optional<std::variant<BMC_REQUEST, BMC_CONTROL>> BmcWireReader::next() {
     if (items.empty()) return std::nullopt;
     std::optional<std::variant<BMC_REQUEST, BMC_CONTROL>> item;
+    // Not moved as a whole: g++ 12 then warns of uninitialised bytes of the other alternative.
     std::visit([&](auto &each) { item.emplace(std::move(each)); }, items.front());
     items.pop_front();
     return item;

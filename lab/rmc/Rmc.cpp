@@ -3,7 +3,6 @@
 #include <utility>
 
 namespace {
-constexpr std::uint8_t NETFN_OEM = 0x3A, CMD_TRANSFER = 0x80;
 constexpr std::size_t VIOLATION_LIMIT = 1000;
 } // namespace
 
@@ -13,7 +12,7 @@ bool RMC_BEHAVIOUR::isNormal() const {
 }
 
 RMC_REPLY Rmc::message(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data) {
-    const bool isTransfer = netfn == NETFN_OEM && cmd == CMD_TRANSFER;
+    const bool isTransfer = RmcDecoder::isTransfer(netfn, cmd);
     const bool beginsTransfer = isTransfer && data.size() > 2 && data[2] != 0;
     const std::size_t before = beginsTransfer ? 0 : decoder.messagesOfTransfer();
 

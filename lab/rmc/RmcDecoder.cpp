@@ -8,8 +8,7 @@
 #include "core/format_text.h"
 
 namespace {
-constexpr std::uint8_t NETFN_OEM = 0x3A, CMD_TRANSFER = 0x80, CMD_DOOR_BELL = 0x81,
-                       CMD_GENERIC_DOOR_BELL = 0x82;
+constexpr std::uint8_t CMD_DOOR_BELL = 0x81, CMD_GENERIC_DOOR_BELL = 0x82; // of NETFN_OEM
 constexpr std::uint8_t NETFN_APP = 0x06, CMD_DEVICE_ID = 0x01, CMD_BT_CAPABILITIES = 0x36;
 constexpr std::uint8_t NETFN_PARTITION = 0x34, CMD_PARTITION = 0x08;
 constexpr std::uint8_t INVALID_COMMAND = 0xC1, WRONG_LENGTH = 0xC7;
@@ -52,7 +51,7 @@ std::string shown(std::span<const char> bytes) {
 RMC_ANSWER RmcDecoder::message(std::uint8_t netfn, std::uint8_t cmd,
                                std::span<const std::uint8_t> data, const RMC_FORCE &force) {
     RMC_ANSWER answer;
-    if (netfn == NETFN_OEM && cmd == CMD_TRANSFER) return transferMessage(data, force);
+    if (isTransfer(netfn, cmd)) return transferMessage(data, force);
     if (netfn == NETFN_OEM && cmd == CMD_DOOR_BELL) {
         static constexpr char WANTED[] = "WriteInventory";
         std::vector<std::uint8_t> text{0};

@@ -41,6 +41,10 @@ public:
     /// The longest argument taken, NUL included; a longer one is refused with status 8.
     static constexpr std::size_t ARGUMENT_LIMIT = 64u << 20;
 
+    /// Whether it is a message of a transfer; every other one stands alone.
+    static bool isTransfer(std::uint8_t netfn, std::uint8_t cmd) {
+        return netfn == NETFN_OEM && cmd == CMD_TRANSFER;
+    }
     /// Takes one message and gives its answer.
     RMC_ANSWER message(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data,
                        const RMC_FORCE &force = {});
@@ -58,6 +62,8 @@ public:
     const std::string &lastMeaning() const { return meaning; } ///< the last message, for a reader
 
 private:
+    static constexpr std::uint8_t NETFN_OEM = 0x3A, CMD_TRANSFER = 0x80;
+
     struct TRANSFER {
         std::string name;
         std::size_t total = 0; // NUL included
