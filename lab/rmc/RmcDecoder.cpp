@@ -67,7 +67,7 @@ RMC_ANSWER RmcDecoder::message(std::uint8_t netfn, std::uint8_t cmd,
         genericWanted = false;
     } else if (netfn == NETFN_APP && cmd == CMD_DEVICE_ID) {
         answer = plainAnswer("device id", data,
-                             {0x20, 0x01, 0x01, 0x00, 0x02, 0xBF, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+                             {0x20, 0x01, 0x01, 0x00, 0x02, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
     } else if (netfn == NETFN_APP && cmd == CMD_BT_CAPABILITIES) {
         answer = plainAnswer("BT interface capabilities", data, {1, 63, 63, 5, 3});
     } else if (netfn == NETFN_PARTITION && cmd == CMD_PARTITION) {
