@@ -91,6 +91,7 @@ TEST(LabBmc, CommandsBendTheAnswersAndRingTheBell) {
     LabRun lab;
     lab.start({"--bmc", "0", "--json", "--commands", lab.folder() + "/fifo"});
     const BmcMachine machine(port_of(lab));
+    ASSERT_TRUE(lab.await("machine connected, connection 1"));
     const auto bell = bmc_request(1, 0x3A, 0x81);
     EXPECT_EQ(machine.ask(bell), bmc_answer(1, 0x3A, 0x81, 0, {0}));
     lab.say("door-bell\n");

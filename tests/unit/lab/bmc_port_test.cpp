@@ -1,5 +1,8 @@
 #include "bmc/BmcPort.h"
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <chrono>
 #include <functional>
@@ -57,6 +60,17 @@ protected:
         }
         return true;
     }
+    /// The machine sends requests and takes no answer until the port reads no more.
+    /// @param sent  takes the bytes @return false: out of patience
+    bool fill(std::size_t &sent) {
+        const Bytes many = repeated(FLAGS, 200);
+        sent = 0;
+        return serveUntil([&] {
+            while (const std::size_t some = machine->sendSome(many, sent % many.size()))
+                sent += some;
+            return (wantedOfConnection() & POLLIN) == 0;
+        });
+    }
 
     Rmc rmc;
     BmcPort port{rmc};
@@ -74,12 +88,8 @@ TEST_F(BmcPortTest, WaitsForBytesAloneWhileAllIsSent) {
 }
 
 TEST_F(BmcPortTest, ReadsNoMoreOfAMachineThatTakesNothingAndLosesNoAnswer) {
-    const Bytes many = repeated(FLAGS, 200);
     std::size_t sent = 0;
-    ASSERT_TRUE(serveUntil([&] {
-        while (const std::size_t some = machine->sendSome(many, sent % many.size())) sent += some;
-        return (wantedOfConnection() & POLLIN) == 0;
-    }));
+    ASSERT_TRUE(fill(sent));
     EXPECT_EQ(wantedOfConnection(), POLLOUT);
 
     const Bytes expected = repeated(NO_FLAGS, sent / FLAGS.size());
@@ -91,6 +101,33 @@ TEST_F(BmcPortTest, ReadsNoMoreOfAMachineThatTakesNothingAndLosesNoAnswer) {
     }));
     EXPECT_TRUE(answers == expected) << answers.size() << " bytes, not " << expected.size();
     EXPECT_TRUE(serveUntil([&] { return wantedOfConnection() == POLLIN; }));
+}
+
+TEST_F(BmcPortTest, NextMachineGetsNothingThatTheFormerDidNotTake) {
+    std::size_t sent = 0;
+    ASSERT_TRUE(fill(sent));
+    const BmcMachine next(port.port());
+    ASSERT_TRUE(serveUntil([&] { return statistics().connections == 2; }));
+    next.send(bmc_request(7, 0x06, 0x2F));
+    ASSERT_TRUE(serveUntil([&] { return next.isReadable(0); }));
+    const Bytes answer = bmc_answer(7, 0x06, 0x2F, 0, {0x08});
+    EXPECT_EQ(next.receive(answer.size()), answer);
+}
+
+TEST_F(BmcPortTest, MachineThatGoesWithAnswersUntakenIsDropped) {
+    std::size_t sent = 0;
+    ASSERT_TRUE(fill(sent));
+    machine.reset();
+    EXPECT_TRUE(serveUntil([&] { return !isConnected(); }));
+    EXPECT_FALSE(serve(0));
+}
+
+TEST_F(BmcPortTest, ListensOnTheLoopbackInterfaceAlone) {
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    ASSERT_EQ(::getsockname(wanted()[0].fd, reinterpret_cast<sockaddr *>(&address), &length), 0);
+    EXPECT_EQ(address.sin_addr.s_addr, htonl(INADDR_LOOPBACK));
+    EXPECT_EQ(address.sin_port, htons(port.port()));
 }
 
 TEST_F(BmcPortTest, MachineThatHasGoneIsNotPolledAnyMore) {

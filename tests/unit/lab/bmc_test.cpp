@@ -241,11 +241,21 @@ TEST_F(BmcTest, NextRequestShowsThatTheFormerIsGivenUp) {
     EXPECT_TRUE(rmc.takeViolations().empty());
 }
 
+TEST_F(BmcTest, AnswerWithinTheInterfacesPatienceCounts) {
+    behave(true, 0);
+    ask(bmc_request(1, 0x3A, 0x80, first_message()));
+    rmc.behave({});
+    bmc.sendDue(5 * SECOND - 1);
+    EXPECT_EQ(bmc.takeOutput(), bmc_answer(1, 0x3A, 0x80, 0, {0, 1, 0, 0}));
+    EXPECT_TRUE(rmc.wire().isTransferOpen());
+    EXPECT_EQ(bmc.statistics().givenUp, 0u);
+}
+
 TEST_F(BmcTest, AnswerBehindTheInterfacesPatienceEndsTheTransfer) {
     behave(true, 0);
     ask(bmc_request(1, 0x3A, 0x80, first_message()));
     rmc.behave({});
-    bmc.sendDue(SECOND + Bmc::INTERFACE_PATIENCE_NS);
+    bmc.sendDue(5 * SECOND);
     EXPECT_EQ(bmc.takeOutput(), bmc_answer(1, 0x3A, 0x80, 0, {0, 1, 0, 0}));
     EXPECT_FALSE(rmc.wire().isTransferOpen());
     EXPECT_EQ(bmc.statistics().givenUp, 1u);
