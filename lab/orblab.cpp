@@ -13,11 +13,14 @@
 #include "world/RmcAlone.h"
 #include "world/World.h"
 #include "world/lab_options.h"
+#include "world/location_report.h"
+#include "world/summary.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 constexpr int GOOD = 0, FAILED = 1, USAGE = 2;
+constexpr std::size_t SHOWN_CODE = 40; // characters of a text that is no code
 
 std::string scenario_file(const LAB_OPTIONS &options, const LAB_PLACES &places) {
     if (options.scenario.find('/') != std::string::npos || options.scenario.ends_with(".json"))
@@ -47,6 +50,18 @@ int list_scenarios(const LAB_PLACES &places) {
         std::printf("%-26s %s\n", scenario.name.c_str(), scenario.title.c_str());
     }
     return result;
+}
+
+int decode(const std::string &code, bool asJson) {
+    PHYSICAL_LOCATION location;
+    std::string error;
+    if (!decode_location(code, location, error)) {
+        LabOutputs::complain("--decode-location " + printable(code.substr(0, SHOWN_CODE)) + ": " +
+                             error);
+        return FAILED;
+    }
+    std::fputs(location_report(location, asJson).c_str(), stdout);
+    return GOOD;
 }
 
 /// Closed standard streams get numbers that nothing else may then take; writes to a closed output
@@ -82,6 +97,7 @@ int main(int argc, char **argv) {
         std::puts("orblab " ORB_VERSION);
         return told(GOOD);
     }
+    if (options.location) return told(decode(*options.location, options.json));
 
     const LAB_PLACES places = find_lab_places(options.data);
     if (options.listScenarios) return told(list_scenarios(places));

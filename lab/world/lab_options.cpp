@@ -8,6 +8,7 @@
 const char LAB_USAGE[] =
     "Usage: orblab [OPTION...]\n"
     "       orblab --bmc PORT [--output DIR] [--commands FIFO] [--data DIR] [--quiet] [--json]\n"
+    "       orblab --decode-location CODE [--json]\n"
     "Runs the daemon on a simulated rack server and shows what its RMC receives.\n"
     "\n"
     "  --scenario NAME|FILE  the server and what happens to it (default: first-generation)\n"
@@ -24,6 +25,8 @@ const char LAB_USAGE[] =
     "  --json                print one JSON object a line\n"
     "  --bmc PORT            serve the RMC alone, as the controller of a virtual machine, on\n"
     "                        127.0.0.1:PORT (0: any, which is told)\n"
+    "  --decode-location CODE\n"
+    "                        tell which place the lab's encoders write as CODE\n"
     "  --version, --help\n";
 
 namespace {
@@ -59,6 +62,7 @@ bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string 
         QUIET,
         JSON,
         BMC,
+        LOCATION,
         VERSION,
         HELP
     };
@@ -74,6 +78,7 @@ bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string 
                                        {"quiet", no_argument, nullptr, QUIET},
                                        {"json", no_argument, nullptr, JSON},
                                        {"bmc", required_argument, nullptr, BMC},
+                                       {"decode-location", required_argument, nullptr, LOCATION},
                                        {"version", no_argument, nullptr, VERSION},
                                        {"help", no_argument, nullptr, HELP},
                                        {nullptr, 0, nullptr, 0}};
@@ -138,6 +143,9 @@ bool parse_lab_options(int argc, char **argv, LAB_OPTIONS &options, std::string 
             if (options.bmcPort) break;
             error = std::string("--bmc ") + ::optarg + ": must be a port from 0 to 65535";
             return false;
+        case LOCATION:
+            options.location = ::optarg;
+            break;
         case VERSION:
             options.version = true;
             break;

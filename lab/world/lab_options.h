@@ -8,6 +8,7 @@
 struct LAB_OPTIONS {
     std::string scenario = "first-generation"; ///< name or file
     std::string output = "lab-out", commands, data;
+    std::optional<std::string> location;  ///< a code to decode
     std::optional<std::uint16_t> bmcPort; ///< the RMC alone, on this port; 0: any
     double speed = 20;
     bool once = false, keep = false, quiet = false, json = false;

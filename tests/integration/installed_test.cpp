@@ -103,6 +103,7 @@ TEST(Installed, TreeHoldsEverythingAndRunsWhereItLies) {
     ASSERT_EQ(installation.status, 0) << installation.output;
     for (const char *file :
          {"/opt/vantor/orb/bin/orbd", "/opt/vantor/orb/bin/orblab",
+          "/opt/vantor/orb/lib/lab/libgeoenc02.so", "/opt/vantor/orb/lib/lab/libgeoenc03.so",
           "/opt/vantor/orb/libexec/localcli", "/opt/vantor/orb/libexec/esxtop",
           "/opt/vantor/orb/libexec/orb-smbios-image", "/opt/vantor/orb/data/esxtopconf",
           "/opt/vantor/orb/log", "/opt/vantor/orb/share/schemas/config.schema.json",

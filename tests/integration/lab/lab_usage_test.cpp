@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "LabRun.h"
+#include "core/json_text.h"
 
 namespace {
 struct UsageCase {
@@ -39,6 +40,9 @@ const UsageCase USAGES[] = {
     {"OtherHost",
      {"--host", "bsd"},
      "orblab: --host bsd: only linux is known\nTry orblab --help.\n"},
+    {"LocationWithoutCode",
+     {"--decode-location"},
+     "orblab: --decode-location: needs a value\nTry orblab --help.\n"},
     {"BmcWithoutPort", {"--bmc"}, "orblab: --bmc: needs a value\nTry orblab --help.\n"},
     {"BmcPort",
      {"--bmc", "65536"},
@@ -93,10 +97,31 @@ TEST(LabProgram, Version) {
 TEST(LabProgram, HelpNamesEveryOption) {
     LabRun lab;
     EXPECT_EQ(lab.run({"--help"}), 0);
-    for (const char *option :
-         {"--scenario", "--list-scenarios", "--host linux", "--speed", "--once", "--output",
-          "--keep", "--commands", "--data", "--quiet", "--json", "--bmc", "--version", "--help"})
+    for (const char *option : {"--scenario", "--list-scenarios", "--host linux", "--speed",
+                               "--once", "--output", "--keep", "--commands", "--data", "--quiet",
+                               "--json", "--bmc", "--decode-location", "--version", "--help"})
         EXPECT_NE(lab.out().find(option), std::string::npos) << option;
+}
+
+TEST(LabProgram, DecodesALocation) {
+    LabRun lab;
+    EXPECT_EQ(lab.run({"--decode-location", "0203010100030021"}), 0);
+    EXPECT_EQ(lab.out(), "Generation  first\n"
+                         "Unit        I/O slot\n"
+                         "Place       rack 1, unit 1, partition 0, slot 3\n"
+                         "GeoID       r001u01p0i03\n");
+    EXPECT_EQ(lab.run({"--json", "--decode-location", "0203010100030021"}), 0);
+    Json::Value read;
+    ASSERT_TRUE(parse_json(lab.out(), read)) << lab.out();
+    EXPECT_EQ(read["slot"].asInt(), 3);
+    EXPECT_EQ(lab.run({"--decode-location", "FFFFFFFFFFFFFFFF"}), 1);
+    EXPECT_EQ(lab.err(), "orblab: --decode-location FFFFFFFFFFFFFFFF: is the code of an unknown "
+                         "location\n");
+    EXPECT_EQ(lab.run({"--decode-location", "\x1b[31m"}), 1);
+    EXPECT_EQ(lab.err(), "orblab: --decode-location .[31m: must have 16 hexadecimal digits, not 5 "
+                         "characters\n");
+    EXPECT_EQ(lab.out(), "");
+    EXPECT_FALSE(std::filesystem::exists(lab.output()));
 }
 
 TEST(LabProgram, ListsEveryScenario) {
