@@ -77,6 +77,10 @@ ORB_SYSCALL_RESULT LabDevices::open(const char *path, int) {
     return {ends[0], 0};
 }
 
+ORB_SYSCALL_RESULT LabDevices::datagramSocket() {
+    return failed(EAFNOSUPPORT);
+}
+
 ORB_SYSCALL_RESULT LabDevices::close(int fd) {
     return ::close(fd) == 0 ? ORB_SYSCALL_RESULT{0, 0} : failed(errno);
 }

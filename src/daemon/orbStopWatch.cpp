@@ -104,6 +104,10 @@ ORB_SYSCALL_RESULT orbStopWatch::Devices::open(const char *path, int flags) {
     return inner->open(path, flags);
 }
 
+ORB_SYSCALL_RESULT orbStopWatch::Devices::datagramSocket() {
+    return inner->datagramSocket();
+}
+
 ORB_SYSCALL_RESULT orbStopWatch::Devices::close(int fd) {
     return inner->close(fd);
 }

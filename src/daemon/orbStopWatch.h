@@ -42,6 +42,7 @@ private:
         explicit Devices(orbStopWatch &ofWatch) : owner(ofWatch), inner(replace(this)) {}
         ~Devices() override { replace(inner); }
         ORB_SYSCALL_RESULT open(const char *path, int flags) override;
+        ORB_SYSCALL_RESULT datagramSocket() override;
         ORB_SYSCALL_RESULT close(int fd) override;
         ORB_SYSCALL_RESULT ioctl(int fd, unsigned long request, void *arg) override;
         ORB_SYSCALL_RESULT waitReadable(int fd) override;

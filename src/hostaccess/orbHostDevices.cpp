@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,6 +17,9 @@ class HostDevices final : public IorbHostDevices {
 public:
     ORB_SYSCALL_RESULT open(const char *path, int flags) override {
         return result_of(::open(path, flags | O_CLOEXEC));
+    }
+    ORB_SYSCALL_RESULT datagramSocket() override {
+        return result_of(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     }
     ORB_SYSCALL_RESULT close(int fd) override { return result_of(::close(fd)); }
     ORB_SYSCALL_RESULT ioctl(int fd, unsigned long request, void *arg) override {

@@ -10,6 +10,9 @@ public:
     /// @param flags  as of open(2); close-on-exec is added
     /// @return rc the descriptor, or -1
     virtual ORB_SYSCALL_RESULT open(const char *path, int flags) = 0;
+    /// A datagram socket of the IPv4 family, over which network interfaces are asked by ioctl;
+    /// close-on-exec. @return rc the descriptor, or -1
+    virtual ORB_SYSCALL_RESULT datagramSocket() = 0;
     virtual ORB_SYSCALL_RESULT close(int fd) = 0;
     virtual ORB_SYSCALL_RESULT ioctl(int fd, unsigned long request, void *arg) = 0;
     /// Waits without limit until `fd` can be read.

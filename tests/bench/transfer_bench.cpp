@@ -1,4 +1,5 @@
 // What a transfer costs us, beside the controller's own time: the device answers at once.
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -23,6 +24,7 @@ public:
     std::size_t messages = 0;
 
     ORB_SYSCALL_RESULT open(const char *, int) override { return {7, 0}; }
+    ORB_SYSCALL_RESULT datagramSocket() override { return {-1, EAFNOSUPPORT}; }
     ORB_SYSCALL_RESULT close(int) override { return {0, 0}; }
     ORB_SYSCALL_RESULT waitReadable(int) override { return {1, 0}; }
     ORB_SYSCALL_RESULT ioctl(int, unsigned long request, void *arg) override {

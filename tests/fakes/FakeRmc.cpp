@@ -99,6 +99,11 @@ ORB_SYSCALL_RESULT FakeRmc::open(const char *path, int flags) {
     return {DESCRIPTOR, 0};
 }
 
+ORB_SYSCALL_RESULT FakeRmc::datagramSocket() {
+    ADD_FAILURE() << "nobody asks a network interface";
+    return {-1, EAFNOSUPPORT};
+}
+
 ORB_SYSCALL_RESULT FakeRmc::close(int fd) {
     const std::lock_guard<std::mutex> lock(mutex);
     EXPECT_EQ(fd, DESCRIPTOR);

@@ -51,6 +51,7 @@ public:
     int stillOpen() const; ///< descriptors opened and not closed
 
     ORB_SYSCALL_RESULT open(const char *path, int flags) override;
+    ORB_SYSCALL_RESULT datagramSocket() override;
     ORB_SYSCALL_RESULT close(int fd) override;
     ORB_SYSCALL_RESULT ioctl(int fd, unsigned long request, void *arg) override;
     ORB_SYSCALL_RESULT waitReadable(int fd) override;

@@ -56,6 +56,10 @@ ORB_SYSCALL_RESULT ScriptedHostDevices::open(const char *path, int) {
     return {lastDescriptor, 0};
 }
 
+ORB_SYSCALL_RESULT ScriptedHostDevices::datagramSocket() {
+    return open("datagram socket", 0);
+}
+
 ORB_SYSCALL_RESULT ScriptedHostDevices::close(int fd) {
     const std::lock_guard<std::mutex> lock(mutex);
     const auto found = std::find(descriptors.begin(), descriptors.end(), fd);

@@ -9,8 +9,8 @@
 #include "hostaccess/orbHostDevices.h"
 
 /// Answers ioctls from a list, in order. A call out of turn fails the test where it happens, steps
-/// that never came fail it at the end. open() gives descriptors from 1000 on, or a failure that was
-/// announced; waitReadable() says readable at once unless told otherwise.
+/// that never came fail it at the end. open() and datagramSocket() give descriptors from 1000 on,
+/// or a failure that was announced; waitReadable() says readable at once unless told otherwise.
 class ScriptedHostDevices final : public IorbHostDevices {
 public:
     struct Step {
@@ -25,13 +25,15 @@ public:
     ScriptedHostDevices &operator=(const ScriptedHostDevices &) = delete;
 
     void add(Step step);
-    void failOpen(int times, int errorNumber);     ///< the next `times` open() calls fail
+    void failOpen(int times, int errorNumber);     ///< the next `times` opens of either kind fail
     void setWaitResult(ORB_SYSCALL_RESULT result); ///< of every waitReadable() from now on
-    std::vector<std::string> opened() const;       ///< paths that were opened or tried, in order
-    int stillOpen() const;                         ///< descriptors opened and not closed
+    std::vector<std::string>
+    opened() const;        ///< what was opened or tried, in order; "datagram socket" for one
+    int stillOpen() const; ///< descriptors opened and not closed
     std::size_t stepsLeft() const;
 
     ORB_SYSCALL_RESULT open(const char *path, int flags) override;
+    ORB_SYSCALL_RESULT datagramSocket() override;
     ORB_SYSCALL_RESULT close(int fd) override;
     ORB_SYSCALL_RESULT ioctl(int fd, unsigned long request, void *arg) override;
     ORB_SYSCALL_RESULT waitReadable(int fd) override;

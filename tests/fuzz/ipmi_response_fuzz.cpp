@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -41,6 +42,7 @@ public:
     ~FuzzedDevice() override { replace(outer); }
 
     ORB_SYSCALL_RESULT open(const char *, int) override { return {7, 0}; }
+    ORB_SYSCALL_RESULT datagramSocket() override { return {-1, EAFNOSUPPORT}; }
     ORB_SYSCALL_RESULT close(int) override { return {0, 0}; }
     ORB_SYSCALL_RESULT waitReadable(int) override {
         if (kind == 2) return failed(-1);

@@ -31,6 +31,7 @@ public:
     std::atomic<int> calls{0};
 
     ORB_SYSCALL_RESULT open(const char *, int) override { return count(7); }
+    ORB_SYSCALL_RESULT datagramSocket() override { return count(8); }
     ORB_SYSCALL_RESULT close(int) override { return count(0); }
     ORB_SYSCALL_RESULT ioctl(int, unsigned long, void *) override { return count(answer); }
     ORB_SYSCALL_RESULT waitReadable(int) override { return count(1); }
@@ -200,8 +201,9 @@ TEST(StopWatch, PassesEverythingOn) {
         EXPECT_EQ(devices.waitReadable(7).rc, 1);
         device.answer = -1;
         EXPECT_EQ(devices.ioctl(7, 1, nullptr).err, EIO);
+        EXPECT_EQ(devices.datagramSocket().rc, 8);
         EXPECT_EQ(devices.close(7).rc, 0);
-        EXPECT_EQ(device.calls, 4);
+        EXPECT_EQ(device.calls, 5);
         IorbHostProcess::get().writeStandardOutput("text");
         IorbHostProcess::get().raiseDefault(11);
         EXPECT_THROW(IorbHostProcess::get().exitNow(3), ProcessExit);

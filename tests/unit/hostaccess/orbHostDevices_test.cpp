@@ -1,6 +1,7 @@
 #include "hostaccess/orbHostDevices.h"
 
 #include <fcntl.h>
+#include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -43,6 +44,18 @@ TEST_F(Devices, MissingDeviceComesWithItsErrno) {
     const ORB_SYSCALL_RESULT opened = devices.open("/dev/orb-no-such-device", O_RDWR);
     EXPECT_EQ(opened.rc, -1);
     EXPECT_EQ(opened.err, ENOENT);
+}
+TEST_F(Devices, DatagramSocketAnswersForAnInterface) {
+    const ORB_SYSCALL_RESULT opened = devices.datagramSocket();
+    ASSERT_GE(opened.rc, 0);
+    EXPECT_EQ(opened.err, 0);
+    const int fd = static_cast<int>(opened.rc);
+    EXPECT_NE(::fcntl(fd, F_GETFD) & FD_CLOEXEC, 0);
+    ifreq request = {};
+    request.ifr_name[0] = 'l';
+    request.ifr_name[1] = 'o';
+    EXPECT_EQ(devices.ioctl(fd, SIOCGIFHWADDR, &request).rc, 0);
+    EXPECT_EQ(devices.close(fd).rc, 0);
 }
 TEST_F(Devices, IoctlReachesTheDescriptor) {
     ASSERT_EQ(::write(ends[1], "abc", 3), 3);

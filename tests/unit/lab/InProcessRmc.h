@@ -4,6 +4,7 @@
 #include <sys/ioctl.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <optional>
 
@@ -31,6 +32,7 @@ public:
         EXPECT_STREQ(path, "/dev/ipmi0");
         return {7, 0};
     }
+    ORB_SYSCALL_RESULT datagramSocket() override { return {-1, EAFNOSUPPORT}; }
     ORB_SYSCALL_RESULT close(int) override { return {0, 0}; }
     ORB_SYSCALL_RESULT waitReadable(int) override { return {answer ? 1 : 0, 0}; }
     ORB_SYSCALL_RESULT ioctl(int, unsigned long request, void *arg) override {
