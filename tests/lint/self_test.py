@@ -27,6 +27,7 @@ CASES = [
     (code_checks.floors, "its header", {"src/core/orbFactory.h": '#include "fc/b.h"\n'}, 1),
     (code_checks.floors, "beside itself", {"src/core/a.cpp": '#include "b.h"\n'}, 1),
     (code_checks.floors, "out of the house", {"src/core/a.cpp": '#include "lab/b.h"\n'}, 1),
+    (code_checks.floors, "a table", {"src/fc/a.cpp": '#include "tables/b.h"\n'}, 0),
     (code_checks.floors, "client", {"src/client/a.cpp": '#include "reporting/b.h"\n'}, 1),
     (code_checks.floors, "host tools", {"linuxhost/a.cpp": '#include "core/b.h"\n'}, 0),
     (code_checks.own_header_first, "second", {
@@ -130,7 +131,8 @@ CASES = [
     (tool_checks.tidy, "sizeof a pointer", {
         ".clang-tidy": (HERE.parents[1] / ".clang-tidy").read_text(encoding="utf-8"),
         "CMakeLists.txt": ("cmake_minimum_required(VERSION 3.25)\nproject(a LANGUAGES CXX)\n"
-                           "set(CMAKE_EXPORT_COMPILE_COMMANDS ON)\nadd_library(a src/core/a.cpp)\n"),
+                           "set(CMAKE_EXPORT_COMPILE_COMMANDS ON)\nadd_library(a src/core/a.cpp)\n"
+                           "add_custom_target(orb_tables)\n"),
         "src/core/a.cpp": "unsigned long f(const char *p) { return sizeof(p - 1 + sizeof(p)); }\n"},
      None),
 ]

@@ -75,10 +75,12 @@ def cppcheck(tree):
 
 
 class _Fingerprints:
-    """What a file's findings depend on: its text and that of every header of the tree it reads."""
+    """What a file's findings depend on: its text and that of every header that it reads, of the tree
+    or made by the build."""
 
-    def __init__(self, tree):
+    def __init__(self, tree, made):
         self.tree = tree
+        self.made = str(made)
         self.seen = {}
 
     def closure(self, path):
@@ -90,7 +92,7 @@ class _Fingerprints:
             if not quoted:
                 continue
             for place in ("src/" + name, "lab/" + name, name, "tests/" + name,
-                          str(Path(path).parent / name)):
+                          str(Path(path).parent / name), self.made + "/" + name):
                 place = os.path.normpath(place)
                 if (self.tree.root / place).is_file():
                     found |= self.closure(place)
@@ -106,13 +108,17 @@ class _Fingerprints:
 
 
 def _compile_commands(tree):
-    """Command lines for clang, from a configuration of their own that is never built."""
+    """Command lines for clang, from a configuration of their own. Of what it could build, only the
+    headers that the sources include are built."""
     folder = tree.build / "tidy"
     done = _run(["cmake", "-S", str(tree.root), "-B", str(folder), "-G", "Ninja",
                  "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_COMPILER=clang++",
                  "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON", "-DCMAKE_CXX_COMPILER_LAUNCHER="])
     if done.returncode != 0:
         raise RuntimeError(done.stderr)
+    done = _run(["cmake", "--build", str(folder), "--target", "orb_tables"])
+    if done.returncode != 0:
+        raise RuntimeError(done.stdout + done.stderr)
     with open(folder / "compile_commands.json", encoding="utf-8") as file:
         return folder, json.load(file)
 
@@ -123,7 +129,7 @@ def tidy(tree):
     stamps = folder / "stamps"
     stamps.mkdir(exist_ok=True)
     same = _run(["clang-tidy", "--version"]).stdout + tree.text(".clang-tidy")
-    prints = _Fingerprints(tree)
+    prints = _Fingerprints(tree, folder / "src/generated")
     wanted = []
     for entry in commands:
         path = os.path.relpath(os.path.join(entry["directory"], entry["file"]), tree.root)
