@@ -9,11 +9,10 @@
 /// Told of what went wrong: what, why.
 using COMPLAINT = std::function<void(const std::string &, const std::string &)>;
 
-/// All PCI functions of the machine below a root, in the order of their addresses. Source: libpci
-/// over sysfs, and the folders of sysfs that tell a function's interface or host.
-/// Ends the process with status 1, after a complaint, where libpci can't go on. One caller at a
-/// time.
-/// @param complain  also told of what costs one field only
+/// All PCI functions of the machine below a root, in the order of their addresses. Source: sysfs.
+/// A function that goes meanwhile is left out. Each Fibre Channel adapter has a name that begins
+/// with "vmhba", each SCSI host too.
+/// @param complain  also told of entries that are no functions
 /// @return false, after a complaint, where the machine has no PCI in sysfs
 bool read_pci_functions(const std::string &root, const COMPLAINT &complain,
                         std::vector<ORB_PCI_FUNCTION> &functions);

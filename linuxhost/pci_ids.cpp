@@ -17,57 +17,66 @@ std::optional<std::uint32_t> take_number(std::string_view line, std::size_t digi
     if (read.ec != std::errc() || read.ptr != line.data() + digits) return std::nullopt;
     return number;
 }
-
-/// Stores a line's name where its number is wanted. The first line of a number counts.
-void store(std::unordered_map<std::uint32_t, std::string> &names, std::uint32_t key,
-           std::string_view name) {
-    const auto wanted = names.find(key);
-    if (wanted != names.end() && wanted->second.empty()) wanted->second = one_line(name);
-}
 } // namespace
 
+void PCI_NAMES::wantIn(Names &names, std::uint32_t number) {
+    if (names.try_emplace(number).second) ++missing;
+}
+
+void PCI_NAMES::want(std::uint16_t vendor, std::uint16_t device) {
+    wantIn(vendors, vendor);
+    wantIn(devices, static_cast<std::uint32_t>(vendor) << 16 | device);
+}
+
 void PCI_NAMES::want(std::uint16_t vendor, std::uint16_t device, std::uint16_t classCode) {
-    vendors[vendor];
-    devices[static_cast<std::uint32_t>(vendor) << 16 | device];
-    baseClasses[classCode >> 8];
-    subClasses[classCode];
+    want(vendor, device);
+    wantIn(baseClasses, classCode >> 8);
+    wantIn(subClasses, classCode);
+}
+
+/// Stores a line's name where its number is wanted. The first line of a number counts.
+void PCI_NAMES::store(Names &names, std::uint32_t number, std::string_view name) {
+    const auto wanted = names.find(number);
+    if (wanted == names.end() || !wanted->second.empty()) return;
+    wanted->second = one_line(name);
+    if (!wanted->second.empty()) --missing;
+}
+
+void PCI_NAMES::readLine(std::string_view line) {
+    if (line.empty() || line[0] == '#') return;
+    if (line[0] == '\t') {
+        // Two tabs are sub-systems and programming interfaces.
+        if (section == SECTION::SKIPPED || line.starts_with("\t\t")) return;
+        const std::size_t digits = section == SECTION::VENDOR ? 4 : 2;
+        const std::string_view rest = line.substr(1);
+        const auto number = take_number(rest, digits);
+        if (!number) return;
+        if (section == SECTION::VENDOR)
+            store(devices, above << 16 | *number, rest.substr(digits));
+        else
+            store(subClasses, above << 8 | *number, rest.substr(digits));
+    } else if (const auto vendor = take_number(line, 4)) {
+        above = *vendor;
+        section = vendors.contains(above) ? SECTION::VENDOR : SECTION::SKIPPED;
+        store(vendors, above, line.substr(4));
+    } else if (line.starts_with("C ") && take_number(line.substr(2), 2)) {
+        above = *take_number(line.substr(2), 2);
+        section = SECTION::CLASS;
+        store(baseClasses, above, line.substr(4));
+    } else {
+        section = SECTION::SKIPPED;
+    }
 }
 
 void PCI_NAMES::read(std::string_view idsText) {
-    enum class SECTION { SKIPPED, VENDOR, CLASS } section = SECTION::SKIPPED;
-    std::uint32_t above = 0; // vendor or base class that indented lines belong to
     while (!idsText.empty()) {
         const void *newline = std::memchr(idsText.data(), '\n', idsText.size());
         const std::size_t end =
             newline == nullptr
                 ? idsText.size()
                 : static_cast<std::size_t>(static_cast<const char *>(newline) - idsText.data());
-        const std::string_view line = idsText.substr(0, end);
+        readLine(idsText.substr(0, end));
         idsText.remove_prefix(end == idsText.size() ? end : end + 1);
-        if (line.empty() || line[0] == '#') continue;
-
-        if (line[0] == '\t') {
-            // Two tabs are sub-systems and programming interfaces.
-            if (section == SECTION::SKIPPED || line.starts_with("\t\t")) continue;
-            const std::size_t digits = section == SECTION::VENDOR ? 4 : 2;
-            const std::string_view rest = line.substr(1);
-            const auto number = take_number(rest, digits);
-            if (!number) continue;
-            if (section == SECTION::VENDOR)
-                store(devices, above << 16 | *number, rest.substr(digits));
-            else
-                store(subClasses, above << 8 | *number, rest.substr(digits));
-        } else if (const auto vendor = take_number(line, 4)) {
-            above = *vendor;
-            section = vendors.contains(above) ? SECTION::VENDOR : SECTION::SKIPPED;
-            store(vendors, above, line.substr(4));
-        } else if (line.starts_with("C ") && take_number(line.substr(2), 2)) {
-            above = *take_number(line.substr(2), 2);
-            section = SECTION::CLASS;
-            store(baseClasses, above, line.substr(4));
-        } else {
-            section = SECTION::SKIPPED;
-        }
     }
 }
 

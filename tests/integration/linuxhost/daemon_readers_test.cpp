@@ -93,7 +93,7 @@ TEST_F(DaemonReaders, ReadThePciList) {
                        root.path())
                   .text,
               "   Address: 0000:20:02.0\n   VMkernel Name: \n"
-              "   Address: 0000:24:00.0\n   VMkernel Name: host3\n"
+              "   Address: 0000:24:00.0\n   VMkernel Name: vmhba3\n"
               "   Device Layer Bus Address: s00000003.00\n"
               "   Address: 0000:c3:00.0\n   VMkernel Name: ens0\n"
               "   Address: 0000:c3:00.1\n   VMkernel Name: ens1\n");
