@@ -2,7 +2,6 @@
 
 #include <arpa/inet.h>
 #include <dirent.h>
-#include <fcntl.h>
 
 #include <algorithm>
 #include <cctype>
@@ -13,12 +12,11 @@
 #include <string_view>
 #include <system_error>
 
-#include <ext/stdio_filebuf.h>
-
 #include "core/Logger.h"
 #include "core/host_addresses.h"
 #include "core/host_texts.h"
 #include "core/number_readers.h"
+#include "core/orbInputFile.h"
 #include "core/orbMutexLocker.h"
 #include "hostaccess/orbHostClock.h"
 #include "hostaccess/orbHostCommands.h"
@@ -64,19 +62,6 @@ std::string read_version(std::string &kept, const char *line, const char *failur
     return kept;
 }
 
-/// A file to read, whose descriptor no command inherits. Reads nothing where it can't be opened.
-class InputFile {
-public:
-    explicit InputFile(const std::string &path)
-        : buffer(::open(path.c_str(), O_RDONLY | O_CLOEXEC), std::ios::in | std::ios::binary),
-          text(&buffer) {}
-    std::istream &stream() { return text; }
-
-private:
-    __gnu_cxx::stdio_filebuf<char> buffer; // closes the descriptor
-    std::istream text;
-};
-
 std::tm local_time() {
     IorbHostClock &clock = IorbHostClock::get();
     std::tm local{};
@@ -101,7 +86,7 @@ std::vector<long> fetch_log_times(const std::string &pattern, int count) {
                              shell_path(BOOT_LOG);
     std::vector<long> times;
     if (IorbHostCommands::get().system(line).status == 0) {
-        InputFile stamps(path);
+        orbInputFile stamps(path);
         times = decode_stamp_lines(stamps.stream());
     }
     std::error_code ignored; // a file that was never made can't be removed
@@ -338,7 +323,7 @@ int orbUtils::dirListNvmeNameSpaces(const std::string &path, std::vector<std::st
 }
 
 std::string orbUtils::getLineFromFile(const std::string &path, const std::string &text) {
-    InputFile file(path);
+    orbInputFile file(path);
     for (std::string line; std::getline(file.stream(), line);)
         if (line.find(text) != std::string::npos) return line;
     return {};

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <regex.h>
+
 #include <atomic>
 #include <cstdint>
 #include <ctime>
@@ -71,14 +73,42 @@ public:
     static std::string getErrorDescription(int errorNumber); ///< as strerror
 
     // -- Where devices are (implemented in physloc) ---------------------------------------------
+    // A GeoID names the place of a PCI device: "r001u01p0i03" or, on the second generation of
+    // machines, "r001i01s03". PCI addresses are texts such as "0000:c3:00.1".
     static void initializeSMBIOS(); ///< starts the SMBIOS reader
-    static void initGeoIDMap();     ///< builds the table of places, then stops the SMBIOS reader
-    static void printGeoIDMap();
+    /// Builds the table of places, then stops the SMBIOS reader. Once, before other threads run.
+    static void initGeoIDMap();
+    static void printGeoIDMap(); ///< to the debug log, as the two others
     /// The machine's family by SMBIOS, such as "PLATFORM-ID-A01"; read once, empty where unknown.
     static std::string getPlatformFamily();
+    static std::string getGeoIDStr(const std::string &address); ///< "NotAvailable" where unknown
+    /// The GeoID of a PCI address in its elements, decimal digits: rack, unit, partition and slot,
+    /// or rack, I/O element and slot. Empty where there is no usable GeoID.
+    static std::vector<std::string> getGeoIDInfo(const std::string &address);
+    /// The GeoID of the first generation that a designation holds as a word of its own; or "".
+    static std::string getGeoIDFromDesignation(const std::string &designation);
+
+    // -- Names of Fibre Channel adapters (implemented in physloc) -------------------------------
+    // For the Fibre Channel thread alone. "NotAvailable" stands for whatever isn't known.
+    /// Build the tables of adapters and of node names, in this order. Each runs a shell line.
+    static void initFcInfoMap();
+    static void initFcNameMap();
+    static void printFcInfoMap();
+    static void printFcNameMap();
+    /// Whether the host's PCI list has an adapter of this name, such as "vmhba3".
+    static bool OsNameInHardwarePciList(const std::string &name);
+    /// PCI address and name of an adapter.
+    static std::pair<std::string, std::string> getFcGeoIDPciStr(const std::string &name);
+    static std::string getFcPciStr(const std::string &name); ///< its PCI address
+    /// The adapter with a node name, such as "20:00:02:00:5e:00:00:a1".
+    static std::string getFcOsDevicename(const std::string &nodeName);
+    /// The name of an adapter, cut as if it were a GeoID of the second generation: between "r" and
+    /// "i", between "i" and "s", behind the first "s". Empty for an unknown adapter.
+    static std::vector<std::string> getFcGeoIDInfo(const std::string &name);
 
 private:
     static void setPlatformFamily();
+    static bool compileGeoIDSplit(const std::string &geoID);
 
     static std::string primaryIPv4Address, auxIPv4Address; // guarded by mutex_lock
     static std::mutex mutex_lock;
@@ -86,4 +116,15 @@ private:
 
     static std::atomic<bool> smbiosVmwareInit;          // set by initializeSMBIOS, never cleared
     static std::map<std::string, std::string> geoIDMap; // written before other threads run
+
+    // The platform's expression that splits a GeoID. Written under geoIDSplitMutex before
+    // geoIDSplitRegexCompiled is set, read only after that.
+    static regex_t geoIDSplitExp;
+    static std::string geoIDSplitExpression;
+    static std::atomic<bool> geoIDSplitRegexCompiled;
+    static std::mutex geoIDSplitMutex;
+
+    // Both belong to the Fibre Channel thread.
+    static std::map<std::string, std::pair<std::string, std::string>> fcGeoIDMap;
+    static std::map<std::string, std::string> fcNameMap;
 };

@@ -5,6 +5,9 @@
 #include "core/Logger.h"
 #include "core/orbMutexLocker.h"
 #include "core/orbUtils.h"
+#include "physloc/geoid_text.h"
+#include "physloc/pci_address.h"
+#include "physloc/platform_family.h"
 #include "physloc/smbios_reader.h"
 
 constinit std::atomic<bool> orbUtils::smbiosVmwareInit{false};
@@ -38,17 +41,28 @@ private:
     std::unique_ptr<Record, Free> records;
 };
 
-/// Tells of each record of a type where it says its device is.
-template <typename Record> void log_designations(const orbSmbiosRecords<Record> &records) {
+/// Enters each record of a type, by its device's address. A later one replaces an earlier one.
+/// @param longestGeoID  of a designation of the second generation, characters behind are dropped
+template <typename Record>
+void enter_geoids(const orbSmbiosRecords<Record> &records, std::size_t longestGeoID,
+                  std::map<std::string, std::string> &geoIDs) {
     for (const Record &record : records) {
         ORB_LOG_DEBUG(ORB_UTILS,
                       format_text("designation: %s, segmentGroupNum: 0x%x, busNum: 0x%x, "
                                   "evFuncNum: 0x%x",
                                   record.designation, unsigned{record.segmentGroupNum},
                                   unsigned{record.busNum}, unsigned{record.devFuncNum}));
-        // The family decides how a designation is read, and it is still in reach: the reader stops
-        // at the end of initGeoIDMap().
-        (void)orbUtils::getPlatformFamily();
+        const std::string address =
+            pci_address_text(record.segmentGroupNum, record.busNum, record.devFuncNum);
+        if (address.empty()) {
+            ORB_LOG_WARNING(ORB_UTILS, "Encountered incorrect parsing of BDF characters");
+            continue;
+        }
+        // The family is read here at the latest: the reader stops at the end of initGeoIDMap().
+        const bool isSecond =
+            platform_generation(orbUtils::getPlatformFamily()) == PLATFORM_GENERATION_SECOND;
+        geoIDs[address] = isSecond ? geoid_behind_blank(record.designation, longestGeoID)
+                                   : orbUtils::getGeoIDFromDesignation(record.designation);
     }
 }
 } // namespace
@@ -70,8 +84,8 @@ void orbUtils::initGeoIDMap() {
         if (!slots.isFetched()) ORB_LOG_DEBUG(ORB_UTILS, "Unable to fetch smbios type 9 record");
         const orbSmbiosRecords<DmiOnboardDevicesEx> devices(TYPE_ONBOARD_DEVICE);
         if (!devices.isFetched()) ORB_LOG_DEBUG(ORB_UTILS, "Unable to fetch smbios type 41 record");
-        log_designations(slots);
-        log_designations(devices);
+        enter_geoids(slots, std::string::npos, geoIDMap);
+        enter_geoids(devices, SECOND_GEOID_SIZE, geoIDMap);
         SmBiosDeinit();
     } else {
         ORB_LOG_WARNING(ORB_UTILS,

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// PCI addresses as text, "0000:c3:00.1". Pure; any thread.
+
+/// "domain:bus:device.function" in small hexadecimal digits.
+/// @param devFunc  bits 7:3 device, 2:0 function
+std::string pci_address_text(std::uint16_t segment, std::uint8_t bus, std::uint8_t devFunc);
+
+/// Whether a text has exactly twelve characters that "%04x:%02x:%02x.%x" reads in four fields.
+/// Fields may be shorter than usual, and what stands behind the last one isn't looked at.
+bool is_pci_address_text(const std::string &text);
