@@ -57,7 +57,10 @@ std::string string_literal(std::string_view text) {
     for (const char character : text) {
         const auto byte = static_cast<std::uint8_t>(character);
         if (byte >= 0x20 && byte < 0x7F) {
-            if (character == '"' || character == '\\') literal += '\\';
+            // Behind a "?" another one could be read as the start of a trigraph.
+            if (character == '"' || character == '\\' ||
+                (character == '?' && literal.back() == '?'))
+                literal += '\\';
             literal += character;
         } else {
             // Always three octal digits, so that a digit of the text can't join in.

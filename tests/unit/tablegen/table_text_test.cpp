@@ -70,6 +70,7 @@ TEST(Hexadecimal, IsLowerCaseAndOfItsLength) {
 
 TEST(StringLiteral, EscapesWhatACompilerWouldRead) {
     EXPECT_EQ(string_literal("plain ?"), "\"plain ?\"");
+    EXPECT_EQ(string_literal("(?\?\?)"), "\"(?\\?\\?)\"");
     EXPECT_EQ(string_literal("a\"b\\c"), R"("a\"b\\c")");
     EXPECT_EQ(string_literal("f\xC3\xBCr 1"), R"("f\303\274r 1")");
     EXPECT_EQ(string_literal("\x01"
