@@ -7,10 +7,7 @@
 
 #include "hostaccess/orbHostCommands.h"
 #include "hostaccess/orbHostFiles.h"
-
-namespace {
-constexpr char HARDWARE_LIST[] = "/opt/vantor/orb/data/orb_hwlist.txt";
-}
+#include "platform/hardware_list.h"
 
 orbVmwareOSInterface *orbVmwareOSInterface::getInstance() {
     static orbVmwareOSInterface instance;
