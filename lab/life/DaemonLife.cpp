@@ -66,6 +66,7 @@ void use_streams(const std::string &outputFile) {
              (settings.commandFolders + ":" + (path != nullptr ? path : "/usr/bin:/bin")).c_str(),
              1);
     ::setenv("ORB_LAB_HOST", settings.hostFacts.c_str(), 1);
+    ::setenv("ORB_LAB_WORLD", settings.vendorWorld.c_str(), 1);
     for (const char *name : {"NOTIFY_SOCKET", "ORB_ROOT"}) ::unsetenv(name);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGCHLD}) ::signal(signal, SIG_DFL);
     ::sigprocmask(SIG_SETMASK, &settings.signalMask, nullptr);

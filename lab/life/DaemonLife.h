@@ -15,6 +15,7 @@ struct LIFE_SETTINGS {
     std::string commandFolders; ///< put in front of PATH
     std::string hostFacts;      ///< folder with what the host commands print
     std::string vendorFolder;   ///< vendor libraries
+    std::string vendorWorld;    ///< file with what they are told
     std::string outputFile;     ///< takes standard output and standard error
     LabTime time;
     int controlSocket = -1;                          ///< the life's end

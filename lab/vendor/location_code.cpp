@@ -5,7 +5,6 @@
 #include <cstdio>
 
 namespace {
-constexpr const char UNKNOWN[] = "FFFFFFFFFFFFFFFF";
 constexpr std::size_t DIGITS = 16;
 constexpr std::uint8_t MARKS[] = {0x02, 0x03}; // first byte of a code, by generation
 constexpr std::uint8_t TWO_DIGITS = 99, ONE_DIGIT = 9;
@@ -76,7 +75,7 @@ bool decode_location(const std::string &text, PHYSICAL_LOCATION &location, std::
             text_of("must have %zu hexadecimal digits, not %zu characters", DIGITS, text.size());
         return false;
     }
-    if (text == UNKNOWN) {
+    if (text == UNKNOWN_LOCATION) {
         error = "is the code of an unknown location";
         return false;
     }
@@ -155,7 +154,7 @@ std::string location_geo_id(const PHYSICAL_LOCATION &location) {
 }
 
 std::string readable_location(const std::string &code) {
-    if (code == UNKNOWN) return "location unknown";
+    if (code == UNKNOWN_LOCATION) return "location unknown";
     PHYSICAL_LOCATION location;
     std::string error;
     return decode_location(code, location, error) ? location_place(location) : code;

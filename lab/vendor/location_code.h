@@ -16,6 +16,9 @@ struct PHYSICAL_LOCATION {
 
 constexpr int LOCATION_UNKNOWN_TYPE = 1, LOCATION_OUT_OF_RANGE = 2;
 
+/// The code of a unit whose place nobody knows.
+constexpr const char UNKNOWN_LOCATION[] = "FFFFFFFFFFFFFFFF";
+
 /// One to one: two locations never share a code, and no code is all ones.
 /// @param code  written on success only
 /// @return 0, LOCATION_UNKNOWN_TYPE or LOCATION_OUT_OF_RANGE

@@ -7,10 +7,14 @@
 #include <algorithm>
 
 #include "core/format_text.h"
+#include "core/json_text.h"
 #include "core/number_readers.h"
+#include "core/orbModuleTags.h"
+#include "world/ethernet_report.h"
+#include "world/summary.h"
 
 namespace {
-constexpr std::size_t LINE_LIMIT = 64 * 1024;
+constexpr std::size_t LINE_LIMIT = 64 * 1024, ADAPTER_LIMIT = 1000;
 
 /// The text behind `mark`, none where the line doesn't hold it.
 std::optional<std::string> behind(const std::string &line, const char *mark) {
@@ -42,6 +46,10 @@ const char *manager_of(const std::string &id) {
         return "?";
     }
 }
+std::string manager_with(const std::string &tag) {
+    if (tag == HOST_RM) return "HostOSInfo";
+    return tag == NIC_RM ? "EthernetDevices" : tag;
+}
 } // namespace
 
 std::vector<std::string> LogTail::newLines() {
@@ -72,6 +80,24 @@ std::vector<std::string> LogTail::newLines() {
     return lines;
 }
 
+std::optional<std::string> DaemonProgress::adapter(const std::string &rest) {
+    const std::size_t brace = rest.find('{');
+    Json::Value object;
+    if (brace == std::string::npos || !parse_json(rest.substr(brace), object)) return std::nullopt;
+    const Json::Value name = member_at(object, "Oem.DeviceName");
+    if (!name.isString()) return std::nullopt;
+    std::string text = "adapter " + adapter_text(object);
+    const auto known = adapters.find(name.asString());
+    if (known == adapters.end()) {
+        if (adapters.size() == ADAPTER_LIMIT) return std::nullopt;
+        adapters.emplace(name.asString(), text);
+        return text;
+    }
+    if (known->second == text) return std::nullopt;
+    known->second = text;
+    return text;
+}
+
 std::optional<std::string> DaemonProgress::read(const std::string &line) {
     if (const auto name = behind(line, "Creating thread for "))
         return "manager " + *name + ": started";
@@ -85,11 +111,12 @@ std::optional<std::string> DaemonProgress::read(const std::string &line) {
         const std::string manager = manager_of(*rest);
         return format_text("readiness pass %d: %s not ready", ++unready[manager], manager.c_str());
     }
+    if (const auto rest = behind(line, "Printing Ethernet Instance ")) return adapter(*rest);
     if (line.find("Exiting CacheBuild") != std::string::npos) {
         const std::string tag = tag_of(line);
         if (std::find(cached.begin(), cached.end(), tag) != cached.end()) return std::nullopt;
         cached.push_back(tag);
-        return "manager " + (tag == "HOST_RM" ? "HostOSInfo" : tag) + ": first cache built";
+        return "manager " + manager_with(tag) + ": first cache built";
     }
     if (line.find("Success in delivering inventory string to RMC!") != std::string::npos)
         return "inventory delivered";

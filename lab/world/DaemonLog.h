@@ -31,6 +31,9 @@ public:
     std::optional<std::string> read(const std::string &logLine);
 
 private:
-    std::vector<std::string> cached;    // module tags whose first cache is there
+    std::optional<std::string> adapter(const std::string &rest);
+
+    std::map<std::string, std::string> adapters; // what was last told, by name
+    std::vector<std::string> cached;             // module tags whose first cache is there
     std::map<std::string, int> unready; // passes that found a manager not ready, by its name
 };

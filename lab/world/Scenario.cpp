@@ -9,7 +9,9 @@
 
 #include "core/format_text.h"
 #include "core/json_text.h"
+#include "core/number_readers.h"
 #include "world/lab_command.h"
+#include "world/nic_facts.h"
 
 namespace {
 constexpr int BASE_LIMIT = 8;
@@ -57,6 +59,15 @@ public:
                         format_text("must be a whole number from %lld to %lld",
                                     static_cast<long long>(from), static_cast<long long>(to)));
         out = static_cast<Number>(given.asInt64());
+    }
+    /// A PCI id: a number, or a text such as "0x8086".
+    void id(const char *name, std::uint16_t &out) {
+        if (!has(name) || !at(name).isString()) return number(name, out, 0, 0xFFFF);
+        const std::string text = at(name).asString();
+        if (!text.starts_with("0x") || text.size() < 3 || text.size() > 6 ||
+            text.find_first_not_of("0123456789abcdefABCDEF", 2) != std::string::npos)
+            return fail(name, "must be an id such as 0x8086");
+        out = static_cast<std::uint16_t>(read_hexadecimal(text.substr(2)));
     }
     void seconds(const char *name, double &out) {
         if (!has(name)) return;
@@ -106,12 +117,12 @@ SCENARIO_DEVICE read_device(const Json::Value &value, const std::string &place, 
     members.text("designation", device.designation, 120);
     members.number("type", device.type, 1, isSlot ? 255 : 127);
     if (isSlot) {
-        members.only({"designation", "type", "width", "id", "short", "address"});
+        members.only({"designation", "type", "width", "id", "short", "address", "length"});
         members.number("id", device.id, 1, 65535);
         members.flag("short", device.isShort);
         members.number("width", device.width, 1, 255);
     } else {
-        members.only({"designation", "type", "instance", "enabled", "address"});
+        members.only({"designation", "type", "instance", "enabled", "address", "length"});
         members.number("instance", device.instance, 0, 255);
         members.flag("enabled", device.enabled);
     }
@@ -121,14 +132,22 @@ SCENARIO_DEVICE read_device(const Json::Value &value, const std::string &place, 
         check_address(members, "address", address);
         device.address = address;
     }
-    if (device.designation.empty()) members.fail("designation", "must not be empty");
+    if (members.has("length")) {
+        device.length = 0;
+        members.number("length", *device.length, 0, 255);
+    }
+    if (!members.has("designation")) members.fail("designation", "must be given");
     return device;
 }
 
 void read_machine(const Json::Value &value, SCENARIO_MACHINE &machine, std::string &error) {
     Members members(value, "machine", error);
     members.only({"manufacturer", "product", "version", "serial", "uuid", "sku", "family", "slots",
-                  "onboard"});
+                  "onboard", "imageBytes"});
+    if (members.has("imageBytes")) {
+        machine.imageBytes = 0;
+        members.number("imageBytes", *machine.imageBytes, 0, 65536);
+    }
     members.text("manufacturer", machine.manufacturer, 60);
     members.text("product", machine.product, 120);
     members.text("version", machine.version, 120);
@@ -151,11 +170,11 @@ SCENARIO_PCI read_pci(const Json::Value &value, const std::string &place, std::s
                   "vendorName", "deviceName", "kernelName"});
     members.text("address", device.address);
     check_address(members, "address", device.address);
-    members.number("vendor", device.vendor, 0, 0xFFFF);
-    members.number("device", device.device, 0, 0xFFFF);
-    members.number("subVendor", device.subVendor, 0, 0xFFFF);
-    members.number("subDevice", device.subDevice, 0, 0xFFFF);
-    members.number("class", device.deviceClass, 0, 0xFFFF);
+    members.id("vendor", device.vendor);
+    members.id("device", device.device);
+    members.id("subVendor", device.subVendor);
+    members.id("subDevice", device.subDevice);
+    members.id("class", device.deviceClass);
     members.text("className", device.className);
     members.text("vendorName", device.vendorName);
     members.text("deviceName", device.deviceName);
@@ -163,11 +182,46 @@ SCENARIO_PCI read_pci(const Json::Value &value, const std::string &place, std::s
     return device;
 }
 
+SCENARIO_NIC read_nic(const Json::Value &value, const std::string &place, std::string &error) {
+    SCENARIO_NIC nic;
+    Members members(value, place, error);
+    members.only({"name", "address", "driver", "driverVersion", "mac", "description", "firmware",
+                  "cable", "vendorName", "deviceName", "vendor", "device", "subVendor", "subDevice",
+                  "link", "adminUp", "present", "speedMbps", "mtu"});
+    members.text("name", nic.name, 15);
+    members.text("address", nic.address);
+    members.text("driver", nic.driver);
+    members.text("driverVersion", nic.driverVersion);
+    members.text("mac", nic.mac);
+    members.text("firmware", nic.firmware);
+    members.text("cable", nic.cable);
+    members.text("vendorName", nic.vendorName);
+    members.text("deviceName", nic.deviceName);
+    nic.description = nic.vendorName + " " + nic.deviceName;
+    members.text("description", nic.description);
+    members.id("vendor", nic.vendor);
+    members.id("device", nic.device);
+    members.id("subVendor", nic.subVendor);
+    members.id("subDevice", nic.subDevice);
+    members.text("link", nic.link);
+    members.flag("adminUp", nic.adminUp);
+    members.flag("present", nic.present);
+    members.number("speedMbps", nic.speedMbps, 0, 1'000'000'000);
+    members.number("mtu", nic.mtu, 0, 65535);
+    // The name becomes part of a file's name.
+    if (nic.name.empty() ||
+        nic.name.find_first_not_of("0123456789abcdefghijklmnopqrstuvwxyz") != std::string::npos)
+        members.fail("name", "must be small letters and digits");
+    if (nic.address != NO_PCI_DEVICE) check_address(members, "address", nic.address);
+    if (!is_link_word(nic.link)) members.fail("link", "must be Up, Down or Unknown");
+    return nic;
+}
+
 void read_host(const Json::Value &value, SCENARIO_HOST &host, std::string &error) {
     Members members(value, "host", error);
     members.only({"name", "osName", "osVersion", "build", "update", "patch", "kernelName",
                   "kernelRelease", "kernelVersion", "kernelMachine", "memoryMBytes", "freeMBytes",
-                  "uptimeSeconds", "addresses", "pci"});
+                  "uptimeSeconds", "addresses", "pci", "nics"});
     members.text("name", host.name, 64);
     members.text("osName", host.osName);
     members.text("osVersion", host.osVersion);
@@ -194,6 +248,12 @@ void read_host(const Json::Value &value, SCENARIO_HOST &host, std::string &error
     });
     members.list("pci", [&](const Json::Value &each, const std::string &place) {
         host.pci.push_back(read_pci(each, place, error));
+    });
+    members.list("nics", [&](const Json::Value &each, const std::string &place) {
+        host.nics.push_back(read_nic(each, place, error));
+        for (std::size_t i = 0; i + 1 < host.nics.size(); ++i)
+            if (host.nics[i].name == host.nics.back().name && error.empty())
+                error = place + ".name: is there twice";
     });
     if (host.name.empty()) members.fail("name", "must not be empty");
 }
@@ -345,14 +405,20 @@ bool read_scenario_json(const Json::Value &root, SCENARIO &scenario, std::string
     error.clear();
     SCENARIO read;
     Members members(root, "", error);
-    members.only({"title", "machine", "host", "esxtop", "ipmiDevice", "runState", "config",
-                  "commands", "timeline", "expect", "limitSeconds"});
+    members.only({"title", "machine", "host", "esxtop", "nicList", "encoder", "ipmiDevice",
+                  "runState", "config", "commands", "timeline", "expect", "limitSeconds"});
     members.text("title", read.title);
     read_machine(members.at("machine"), read.machine, error);
     read_host(members.at("host"), read.host, error);
     members.text("esxtop", read.esxtop);
     if (!is_esxtop_mode(read.esxtop))
         members.fail("esxtop", "must be works, fails, empty or garbled");
+    members.text("nicList", read.nicList);
+    if (!is_nic_list_mode(read.nicList))
+        members.fail("nicList", std::string("must be ") + NIC_LIST_MODES);
+    members.text("encoder", read.encoder);
+    if (!is_encoder_mode(read.encoder))
+        members.fail("encoder", std::string("must be ") + ENCODER_MODES);
     members.flag("ipmiDevice", read.ipmiDevice);
     if (members.has("runState")) {
         Members state(members.at("runState"), "runState", error);

@@ -17,16 +17,31 @@ struct SCENARIO_DEVICE {
     bool isShort = false;               ///< a slot's length
     std::uint8_t instance = 1;          ///< of an on-board device
     bool enabled = true;                ///< of an on-board device
+    /// In place of the structure's right length, its fields cut or padded with zeros to it.
+    std::optional<std::uint8_t> length;
 };
 
 struct SCENARIO_MACHINE {
     std::string manufacturer, product, version, serial, uuid, sku, family;
     std::vector<SCENARIO_DEVICE> slots, onboard;
+    std::optional<std::size_t> imageBytes; ///< where the SMBIOS image breaks off
 };
 
 struct SCENARIO_PCI {
     std::string address, vendorName, deviceName, kernelName, className;
     std::uint16_t vendor = 0, device = 0, subVendor = 0, subDevice = 0, deviceClass = 0;
+    std::string moduleName = "None";
+};
+
+/// An Ethernet adapter, in the list of adapters and in that of PCI devices.
+struct SCENARIO_NIC {
+    std::string name, address; ///< "vmnic0"; "0000:c3:00.0", or "Pseudo" for one without a device
+    std::string driver, driverVersion = "1.0.0.0", mac, description, firmware, cable;
+    std::string vendorName, deviceName;
+    std::uint16_t vendor = 0, device = 0, subVendor = 0, subDevice = 0;
+    std::string link = "Up"; ///< Up, Down, Unknown
+    bool adminUp = true, present = true;
+    int speedMbps = 1000, mtu = 1500; ///< the speed while the link is up
 };
 
 struct SCENARIO_ADDRESS {
@@ -39,6 +54,7 @@ struct SCENARIO_HOST {
     std::int64_t memoryMBytes = 0, freeMBytes = 0, uptimeSeconds = 3600;
     std::vector<SCENARIO_ADDRESS> addresses;
     std::vector<SCENARIO_PCI> pci;
+    std::vector<SCENARIO_NIC> nics;
 };
 
 /// When a step of the timeline is due: all that it names must hold, then `wait` seconds pass.
@@ -63,7 +79,9 @@ struct SCENARIO {
     std::string name, title;
     SCENARIO_MACHINE machine;
     SCENARIO_HOST host;
-    std::string esxtop = "works"; ///< works, fails, empty, garbled
+    std::string esxtop = "works";  ///< works, fails, empty, garbled
+    std::string nicList = "works"; ///< a mode of is_nic_list_mode
+    std::string encoder = "works"; ///< a mode of is_encoder_mode
     bool ipmiDevice = true;
     /// Seconds of the previous run, counted back from the lab's start; none without such a run.
     std::optional<std::int64_t> lastStartAgo, lastStopAgo;

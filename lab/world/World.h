@@ -89,6 +89,7 @@ private:
     void runTimeline();
     bool runCommand(const std::string &line, std::string &error);
     bool runLifeCommand(const LAB_COMMAND &command, std::string &error);
+    bool changeNic(const LAB_COMMAND &command, std::string &error);
     bool setFact(const LAB_COMMAND &command, std::string &error);
     void readLog();
     void finish(bool good, const std::string &why);

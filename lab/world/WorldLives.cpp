@@ -86,6 +86,10 @@ bool World::startLife() {
     its.commandFolders = settings.realHost ? settings.places.libexec : settings.places.commands;
     its.hostFacts = root.factsFolder();
     its.vendorFolder = settings.places.vendor;
+    // A daemon looks for its libraries once, so this holds for the whole of its life.
+    if (scenario.encoder == "missing") its.vendorFolder += "/missing";
+    if (scenario.encoder == "incomplete") its.vendorFolder += "/incomplete";
+    its.vendorWorld = root.vendorWorld();
     its.outputFile = root.path() + "/var/log/orbd.out";
     its.time = time;
     its.controlSocket = ends[0];
@@ -234,6 +238,8 @@ bool World::runCommand(const std::string &line, std::string &error) {
         return true;
     case Kind::SET:
         return setFact(command, error);
+    case Kind::NIC:
+        return changeNic(command, error);
     case Kind::SHOW:
         outputs.note(now(), received.shown(command.subject));
         return true;
@@ -263,6 +269,24 @@ bool World::runLifeCommand(const LAB_COMMAND &command, std::string &error) {
     return true;
 }
 
+bool World::changeNic(const LAB_COMMAND &command, std::string &error) {
+    if (settings.realHost) {
+        error = "nic " + command.subject + ": this machine's own adapters are in use";
+        return false;
+    }
+    for (SCENARIO_NIC &each : scenario.host.nics) {
+        if (each.name != command.subject) continue;
+        if (command.value == "remove" || command.value == "add") {
+            each.present = command.value == "add";
+        } else {
+            each.link = command.value;
+        }
+        return root.writeFacts(scenario, error);
+    }
+    error = "nic " + command.subject + ": no such adapter";
+    return false;
+}
+
 bool World::setFact(const LAB_COMMAND &command, std::string &error) {
     const std::string &subject = command.subject, &value = command.value;
     if (subject == "ipmi") return root.setIpmiDevice(value == "on", error);
@@ -283,6 +307,10 @@ bool World::setFact(const LAB_COMMAND &command, std::string &error) {
         host.freeMBytes = read_decimal(value);
     } else if (subject == "esxtop") {
         scenario.esxtop = value;
+    } else if (subject == "nics") {
+        scenario.nicList = value;
+    } else if (subject == "encoder") {
+        scenario.encoder = value;
     } else if (subject == "address") {
         host.addresses.clear();
         std::istringstream list(value == "none" ? "" : value);

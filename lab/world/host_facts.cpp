@@ -1,10 +1,14 @@
 #include "world/host_facts.h"
 
+#include <algorithm>
+
 #include "core/format_text.h"
 #include "core/json_text.h"
+#include "world/nic_facts.h"
 
 namespace {
 constexpr unsigned NO_SLOT = 4294967295u;
+constexpr std::uint16_t ETHERNET_CLASS = 0x0200;
 
 std::string line(const char *label, const std::string &value) {
     return std::string("   ") + label + ": " + value + "\n";
@@ -23,6 +27,53 @@ std::string slot_of(const SCENARIO_MACHINE &machine, const std::string &address,
     }
     return {};
 }
+
+SCENARIO_PCI pci_device_of(const SCENARIO_NIC &nic) {
+    SCENARIO_PCI device;
+    device.address = nic.address;
+    device.vendorName = nic.vendorName;
+    device.deviceName = nic.deviceName;
+    device.kernelName = nic.name;
+    device.className = "Ethernet controller";
+    device.vendor = nic.vendor;
+    device.device = nic.device;
+    device.subVendor = nic.subVendor;
+    device.subDevice = nic.subDevice;
+    device.deviceClass = ETHERNET_CLASS;
+    device.moduleName = nic.driver;
+    return device;
+}
+
+std::string pci_block(const SCENARIO_MACHINE &machine, const SCENARIO_PCI &device) {
+    std::uint16_t segment = 0;
+    std::uint8_t bus = 0, deviceFunction = 0;
+    read_pci_address(device.address, segment, bus, deviceFunction);
+    unsigned slot = NO_SLOT;
+    const std::string place = slot_of(machine, device.address, slot);
+    std::string text = device.address + ":\n";
+    text += line("Address", device.address) + line("Segment", hex(segment, 4));
+    text += line("Bus", hex(bus, 2)) + line("Slot", hex(deviceFunction >> 3u, 2));
+    text += line("Function", hex(deviceFunction & 7u, 1));
+    text += line("VMkernel Name", device.kernelName) + line("Vendor Name", device.vendorName);
+    text += line("Device Name", device.deviceName);
+    text += line("Configured Owner", "VMkernel") + line("Current Owner", "VMkernel");
+    text += line("Vendor ID", hex(device.vendor, 4)) + line("Device ID", hex(device.device, 4));
+    text += line("SubVendor ID", hex(device.subVendor, 4));
+    text += line("SubDevice ID", hex(device.subDevice, 4));
+    text += line("Device Class", hex(device.deviceClass, 4));
+    text += line("Device Class Name", device.className);
+    text += line("Programming Interface", "0x00") + line("Revision ID", "0x01");
+    text += line("Interrupt Line", "0xff") + line("IRQ", "255");
+    text += line("Interrupt Vector", "0x00") + line("PCI Pin", "0x00");
+    text += line("Spawned Bus", "0x00") + line("Flags", "0x3001");
+    text += line("Module ID", "-1") + line("Module Name", device.moduleName) + line("Chassis", "0");
+    text += line("Physical Slot", std::to_string(slot)) + line("Slot Description", place);
+    text += line("Passthru Capable", "true") + line("Parent Device", "");
+    text +=
+        line("Dependent Device", format_text("PCI %u:%u:%u:%u", unsigned{segment}, unsigned{bus},
+                                             deviceFunction >> 3u, deviceFunction & 7u));
+    return text + line("Reset Method", "Function reset") + line("FPT Sharable", "true");
+}
 } // namespace
 
 std::string system_version_text(const SCENARIO_HOST &host) {
@@ -33,37 +84,16 @@ std::string system_version_text(const SCENARIO_HOST &host) {
 }
 
 std::string pci_list_text(const SCENARIO &scenario) {
+    std::vector<SCENARIO_PCI> devices = scenario.host.pci;
+    for (const SCENARIO_NIC &each : scenario.host.nics)
+        if (each.present && each.address != NO_PCI_DEVICE) devices.push_back(pci_device_of(each));
+    std::stable_sort(devices.begin(), devices.end(), [](const auto &one, const auto &other) {
+        return one.address < other.address;
+    });
     std::string text;
-    for (const SCENARIO_PCI &device : scenario.host.pci) {
-        std::uint16_t segment = 0;
-        std::uint8_t bus = 0, deviceFunction = 0;
-        read_pci_address(device.address, segment, bus, deviceFunction);
-        unsigned slot = NO_SLOT;
-        const std::string place = slot_of(scenario.machine, device.address, slot);
+    for (const SCENARIO_PCI &device : devices) {
         if (!text.empty()) text += '\n';
-        text += device.address + ":\n";
-        text += line("Address", device.address) + line("Segment", hex(segment, 4));
-        text += line("Bus", hex(bus, 2)) + line("Slot", hex(deviceFunction >> 3u, 2));
-        text += line("Function", hex(deviceFunction & 7u, 1));
-        text += line("VMkernel Name", device.kernelName) + line("Vendor Name", device.vendorName);
-        text += line("Device Name", device.deviceName);
-        text += line("Configured Owner", "VMkernel") + line("Current Owner", "VMkernel");
-        text += line("Vendor ID", hex(device.vendor, 4)) + line("Device ID", hex(device.device, 4));
-        text += line("SubVendor ID", hex(device.subVendor, 4));
-        text += line("SubDevice ID", hex(device.subDevice, 4));
-        text += line("Device Class", hex(device.deviceClass, 4));
-        text += line("Device Class Name", device.className);
-        text += line("Programming Interface", "0x00") + line("Revision ID", "0x01");
-        text += line("Interrupt Line", "0xff") + line("IRQ", "255");
-        text += line("Interrupt Vector", "0x00") + line("PCI Pin", "0x00");
-        text += line("Spawned Bus", "0x00") + line("Flags", "0x3001");
-        text += line("Module ID", "-1") + line("Module Name", "None") + line("Chassis", "0");
-        text += line("Physical Slot", std::to_string(slot)) + line("Slot Description", place);
-        text += line("Passthru Capable", "true") + line("Parent Device", "");
-        text += line("Dependent Device",
-                     format_text("PCI %u:%u:%u:%u", unsigned{segment}, unsigned{bus},
-                                 deviceFunction >> 3u, deviceFunction & 7u));
-        text += line("Reset Method", "Function reset") + line("FPT Sharable", "true");
+        text += pci_block(scenario.machine, device);
     }
     return text;
 }

@@ -10,6 +10,7 @@
 
 #include "core/format_text.h"
 #include "world/host_facts.h"
+#include "world/nic_facts.h"
 #include "world/smbios_table.h"
 
 namespace fs = std::filesystem;
@@ -95,9 +96,32 @@ bool HostRoot::clear(std::string &error) const {
     return true;
 }
 
+bool HostRoot::writeAnswer(const std::string &name, const COMMAND_ANSWER &answer,
+                           std::string &error) const {
+    const std::string path = "/lab/host/" + name;
+    // The daemon may ask at any moment: the way of answering is there before the answer, and an
+    // answer that goes well needs none.
+    const std::string way = path + ".way";
+    const bool isPlain = answer.status == 0 && answer.delaySeconds == 0;
+    if (!isPlain && !write(way, format_text("%d %d\n", answer.status, answer.delaySeconds), error))
+        return false;
+    if (!write(path, answer.output, error)) return false;
+    if (isPlain) ::unlink((root + way).c_str());
+    return true;
+}
+
 bool HostRoot::writeFacts(const SCENARIO &scenario, std::string &error) const {
     const std::string mode = scenario.esxtop;
-    return write("/lab/host/localcli-system-version-get", system_version_text(scenario.host),
+    for (const SCENARIO_NIC &each : scenario.host.nics) {
+        const std::string name = "localcli-network-nic-get--n-" + each.name;
+        const COMMAND_ANSWER details{each.present ? nic_details_text(each) : "",
+                                     each.present ? 0 : 1};
+        if (!writeAnswer(name, details, error)) return false;
+    }
+    return writeAnswer("localcli-network-nic-list",
+                       nic_list_answer(scenario.host.nics, scenario.nicList), error) &&
+           write("/lab/host/vendor.json", "{\"encoder\": \"" + scenario.encoder + "\"}\n", error) &&
+           write("/lab/host/localcli-system-version-get", system_version_text(scenario.host),
                  error) &&
            write("/lab/host/localcli-hardware-pci-list", pci_list_text(scenario), error) &&
            write("/lab/host/esxtop", esxtop_text(scenario.host, mode), error) &&

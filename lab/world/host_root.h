@@ -3,6 +3,7 @@
 #include <string>
 
 #include "world/Scenario.h"
+#include "world/nic_facts.h"
 
 /// The simulated server's files below OUTPUT/root. Errors come as "path: why".
 class HostRoot {
@@ -10,6 +11,7 @@ public:
     explicit HostRoot(std::string folder) : root(std::move(folder)) {}
     const std::string &path() const { return root; }
     std::string factsFolder() const { return root + "/lab/host"; }
+    std::string vendorWorld() const { return factsFolder() + "/vendor.json"; }
 
     /// Makes the folders, anew unless `keep`. A folder that the lab did not make is never removed.
     bool prepare(bool keep, std::string &error) const;
@@ -24,6 +26,8 @@ public:
     void forgetVolatileFiles() const; ///< what a boot clears: pipes, pid files, /tmp
 
 private:
+    bool writeAnswer(const std::string &name, const COMMAND_ANSWER &answer,
+                     std::string &error) const;
     bool clear(std::string &error) const; ///< removes all but the lab's mark
     /// Replaces a file as one step, so that a reader sees the old text or the new one.
     bool write(const std::string &hostPath, const std::string &text, std::string &error) const;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/number_readers.h"
+#include "world/nic_facts.h"
 
 namespace {
 constexpr double DOWN_SECONDS = 30;
@@ -109,6 +110,10 @@ bool parse_set(const std::vector<std::string> &words, LAB_COMMAND &command, std:
                 error = "set: \"" + each + "\" is no IPv4 address";
     } else if (subject == "esxtop") {
         if (!is_esxtop_mode(command.value)) error = "set: esxtop works, fails, empty or garbled";
+    } else if (subject == "nics") {
+        if (!is_nic_list_mode(command.value)) error = std::string("set: nics ") + NIC_LIST_MODES;
+    } else if (subject == "encoder") {
+        if (!is_encoder_mode(command.value)) error = std::string("set: encoder ") + ENCODER_MODES;
     } else if (subject == "ipmi") {
         if (command.value != "on" && command.value != "off") error = "set: ipmi on or off";
     } else if (subject == "name") {
@@ -117,6 +122,23 @@ bool parse_set(const std::vector<std::string> &words, LAB_COMMAND &command, std:
         error = "set: unknown fact \"" + subject + "\"";
     }
     return error.empty();
+}
+
+bool parse_nic(const std::vector<std::string> &words, LAB_COMMAND &command, std::string &error) {
+    static constexpr std::pair<const char *, const char *> ACTS[] = {
+        {"up", "Up"},         {"down", "Down"}, {"unknown", "Unknown"},
+        {"remove", "remove"}, {"add", "add"},
+    };
+    command.kind = LAB_COMMAND::Kind::NIC;
+    if (words.size() == 3)
+        for (const auto &[word, value] : ACTS)
+            if (words[2] == word) {
+                command.subject = words[1];
+                command.value = value;
+                return true;
+            }
+    error = "nic: say which and what, such as \"nic vmnic0 down\": up, down, unknown, remove, add";
+    return false;
 }
 
 constexpr const char *HELP_ON_RMC =
@@ -129,6 +151,12 @@ constexpr const char *HELP_ON_SERVER =
     "reboot host [SECONDS]        stop the daemon, stay down, boot\n"
     "crash host [SECONDS]         power lost, stay down, boot\n"
     "set host name X | os X | version X | memory MB | free MB | address A[,B] or none\n"
+    "nic NAME up | down | unknown the link of an Ethernet adapter\n"
+    "nic NAME remove | add        the adapter goes and comes back\n"
+    "set nics works | fails | empty | headless | cut | short | blank | old | binary | huge |\n"
+    "    hangs                    the list of adapters\n"
+    "set encoder works | refuses  the encoder of locations, at once;\n"
+    "    missing | incomplete     from the daemon's next start on\n"
     "set esxtop works | fails | empty | garbled\n"
     "set ipmi on | off            the IPMI device comes and goes\n";
 constexpr const char *HELP_ON_THE_REST = "show inventory | events | violations | summary\n"
@@ -147,6 +175,7 @@ bool is_about_server(const LAB_COMMAND &command) {
     case Kind::CRASH_DAEMON:
     case Kind::REBOOT_HOST:
     case Kind::CRASH_HOST:
+    case Kind::NIC:
     case Kind::SET:
         return true;
     default:
@@ -168,6 +197,7 @@ bool parse_lab_command(const std::string &line, LAB_COMMAND &command, std::strin
     const std::string object = words.size() > 1 ? words[1] : "";
 
     if (verb == "rmc") return parse_rmc(words, command, error);
+    if (verb == "nic") return parse_nic(words, command, error);
     if (verb == "set") return parse_set(words, command, error);
     if (words.size() == 1 && (verb == "help" || verb == "quit")) {
         command.kind = verb == "help" ? Kind::HELP : Kind::QUIT;

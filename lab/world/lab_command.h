@@ -17,14 +17,16 @@ struct LAB_COMMAND {
         CRASH_DAEMON,
         REBOOT_HOST,
         CRASH_HOST,
+        NIC,
         SET,
         SHOW,
         QUIT,
     };
     Kind kind = Kind::NOTHING;
-    RMC_BEHAVIOUR behaviour;    ///< of RMC
-    std::string subject, value; ///< of SET; `subject` also of SHOW
-    double downSeconds = 0;     ///< of the host's ends
+    RMC_BEHAVIOUR behaviour; ///< of RMC
+    /// Of SET: what, and to what. Of NIC: which, and Up, Down, Unknown, remove or add. SHOW: what.
+    std::string subject, value;
+    double downSeconds = 0; ///< of the host's ends
 };
 
 /// Reads one line. @param error  takes what is wrong with it, on failure

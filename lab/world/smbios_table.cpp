@@ -6,7 +6,7 @@
 
 namespace {
 using Bytes = std::vector<std::uint8_t>;
-constexpr std::size_t ENTRY_BYTES = 0x1F, TABLE_LIMIT = 65535 - ENTRY_BYTES;
+constexpr std::size_t ENTRY_BYTES = 0x1F, HEADER_BYTES = 4, TABLE_LIMIT = 65535 - ENTRY_BYTES;
 constexpr std::uint8_t VERSION_MAJOR = 2, VERSION_MINOR = 8, POWER_SWITCH = 6;
 constexpr std::uint8_t IN_USE = 4, AVAILABLE = 3, SHORT_SLOT = 3, LONG_SLOT = 4, PROVIDES_3V = 4,
                        HAS_PME = 1;
@@ -19,8 +19,11 @@ void add16(Bytes &out, std::size_t value) {
 /// One structure: formatted part and the strings behind it.
 class Structure {
 public:
-    Structure(std::uint8_t type, std::uint8_t length, std::uint16_t handle) : size(length) {
-        formatted = {type, length};
+    /// @param told  what the structure says of its length, and is cut or padded to
+    Structure(std::uint8_t type, std::uint8_t length, std::uint16_t handle,
+              std::optional<std::uint8_t> told = std::nullopt)
+        : size(std::max<std::size_t>(told.value_or(length), HEADER_BYTES)) {
+        formatted = {type, told.value_or(length)};
         add16(formatted, handle);
     }
     void byte(std::size_t value) { formatted.push_back(static_cast<std::uint8_t>(value)); }
@@ -82,7 +85,7 @@ Bytes system_information(const SCENARIO_MACHINE &machine) {
 }
 
 Bytes slot(const SCENARIO_DEVICE &device, std::size_t index) {
-    Structure out(9, 0x11, static_cast<std::uint16_t>(0x0900 + index));
+    Structure out(9, 0x11, static_cast<std::uint16_t>(0x0900 + index), device.length);
     out.text(device.designation);
     out.byte(device.type);
     out.byte(device.width);
@@ -96,7 +99,7 @@ Bytes slot(const SCENARIO_DEVICE &device, std::size_t index) {
 }
 
 Bytes onboard(const SCENARIO_DEVICE &device, std::size_t index) {
-    Structure out(41, 0x0B, static_cast<std::uint16_t>(0x2900 + index));
+    Structure out(41, 0x0B, static_cast<std::uint16_t>(0x2900 + index), device.length);
     out.text(device.designation);
     out.byte(device.type | (device.enabled ? 0x80u : 0u));
     out.byte(device.instance);
@@ -141,5 +144,6 @@ std::vector<std::uint8_t> smbios_table(const SCENARIO_MACHINE &machine) {
     entry[0x04] = balance(entry, 0);
 
     entry.insert(entry.end(), table.begin(), table.end());
+    if (machine.imageBytes && *machine.imageBytes < entry.size()) entry.resize(*machine.imageBytes);
     return entry;
 }

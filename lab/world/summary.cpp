@@ -5,6 +5,8 @@
 #include "core/event_types.h"
 #include "core/format_text.h"
 #include "core/number_readers.h"
+#include "vendor/location_code.h"
+#include "world/ethernet_report.h"
 
 namespace {
 struct MEANING {
@@ -15,6 +17,8 @@ constexpr MEANING MEANINGS[] = {
     {356, "the host has booted"},
     {359, "the host's last run ended in order"},
     {360, "the host's last run ended without a shutdown"},
+    {678, "an Ethernet adapter has errors"},
+    {680, "an Ethernet adapter is well again"},
 };
 constexpr const char *UNITS[] = {"FibreChannelDevices", "StorageControllers", "Drives", "Volumes",
                                  "StorageEnclosures",   "EthernetDevices"};
@@ -107,6 +111,7 @@ std::string summary_text(const Json::Value &document) {
         const Json::Value list = member_at(data, unit);
         text += format_text("  %-22s %5u\n", unit, list.isArray() ? list.size() : 0u);
     }
+    text += adapter_table(member_at(data, "EthernetDevices"));
     return text;
 }
 
@@ -118,7 +123,11 @@ std::string event_line(const Json::Value &event) {
                     number, part_of(number), meaning_of(number));
     line += text_of(member_at(event, "HostName"));
     const std::string place = text_of(member_at(event, "PhysicalLocation"));
-    if (!place.empty()) line += "  at " + place;
+    if (place == UNKNOWN_LOCATION) {
+        line += "  location unknown";
+    } else if (!place.empty()) {
+        line += "  at " + readable_location(place);
+    }
     const std::string source = text_of(member_at(event, "Source"));
     if (source != "ORB") line += "  from " + source;
     return line;

@@ -8,7 +8,7 @@
 /// Text from outside for a terminal: control characters become ".".
 std::string printable(const std::string &text);
 
-/// The inventory as a person reads it: the host, then a count for each kind of unit.
+/// The inventory as a person reads it: the host, a count for each kind of unit, the adapters.
 std::string summary_text(const Json::Value &document);
 
 /// One event on one line: time, number, part of the daemon, meaning, host, place.

@@ -129,6 +129,17 @@ TEST(GeoEncoder, NothingToWorkOnIsNoCrash) {
     EXPECT_EQ(library.encode(record.data(), nullptr), GEO_NO_RECORD);
 }
 
+TEST(GeoEncoder, IncompleteOneLacksAnEntry) {
+    LabLibraries folder(ORB_BINARY_DIR "/lab/vendor/incomplete");
+    for (const char *name : {"libgeoenc02.so", "libgeoenc03.so"}) {
+        void *handle = folder.open(name, RTLD_LAZY | RTLD_GLOBAL);
+        ASSERT_NE(handle, nullptr) << name;
+        EXPECT_NE(folder.symbol(handle, "physloc_init_data"), nullptr);
+        EXPECT_EQ(folder.symbol(handle, "physloc_encode"), nullptr);
+        EXPECT_EQ(folder.close(handle), 0);
+    }
+}
+
 TEST(GeoEncoder, RefusesWhileTheWorldSaysSo) {
     const TemporaryRoot root;
     const std::string file = root.path() + "/vendor.json";

@@ -63,6 +63,23 @@ TEST(LabCommand, Set) {
     EXPECT_EQ(parsed("set ipmi off").value, "off");
 }
 
+TEST(LabCommand, Nic) {
+    const LAB_COMMAND down = parsed("nic vmnic0 down");
+    EXPECT_EQ(down.kind, Kind::NIC);
+    EXPECT_EQ(down.subject, "vmnic0");
+    EXPECT_EQ(down.value, "Down");
+    EXPECT_EQ(parsed("nic vmnic0 up").value, "Up");
+    EXPECT_EQ(parsed("nic vmnic0 unknown").value, "Unknown");
+    EXPECT_EQ(parsed("nic vmnic0 remove").value, "remove");
+    EXPECT_EQ(parsed("nic vmnic0 add").value, "add");
+    EXPECT_EQ(parsed("set nics headless").value, "headless");
+    EXPECT_EQ(parsed("set encoder refuses").value, "refuses");
+    const std::string usage = "nic: say which and what, such as \"nic vmnic0 down\": up, down, "
+                              "unknown, remove, add";
+    for (const char *line : {"nic", "nic vmnic0", "nic vmnic0 Down", "nic vmnic0 up now"})
+        EXPECT_EQ(error_of(line), usage) << line;
+}
+
 TEST(LabCommand, Errors) {
     EXPECT_EQ(error_of("dance"), "dance: unknown command, try help");
     EXPECT_EQ(error_of("quit now"), "quit now: unknown command, try help");
@@ -85,6 +102,9 @@ TEST(LabCommand, Errors) {
     EXPECT_EQ(error_of("set memory much"), "set: memory needs MBytes");
     EXPECT_EQ(error_of("set address 1.2.3"), "set: \"1.2.3\" is no IPv4 address");
     EXPECT_EQ(error_of("set esxtop odd"), "set: esxtop works, fails, empty or garbled");
+    EXPECT_EQ(error_of("set nics odd"), "set: nics works, fails, empty, headless, cut, short, "
+                                        "blank, old, binary, huge or hangs");
+    EXPECT_EQ(error_of("set encoder odd"), "set: encoder works, refuses, missing or incomplete");
     EXPECT_EQ(error_of("set ipmi maybe"), "set: ipmi on or off");
     EXPECT_EQ(error_of("set colour red"), "set: unknown fact \"colour\"");
     EXPECT_EQ(error_of("set name " + std::string(65, 'x')),
@@ -94,7 +114,7 @@ TEST(LabCommand, Errors) {
 TEST(LabCommand, HelpNamesEachVerb) {
     const std::string help = lab_command_help(true);
     for (const char *verb : {"door-bell", "rmc", "restart daemon", "crash daemon", "reboot host",
-                             "crash host", "set", "show", "quit"})
+                             "crash host", "nic NAME", "set", "show", "quit"})
         EXPECT_NE(help.find(verb), std::string::npos) << verb;
 }
 
@@ -114,7 +134,7 @@ TEST(LabCommand, KnowsWhatIsAboutTheServer) {
         return is_about_server(command);
     };
     for (const char *line : {"restart daemon", "crash daemon", "reboot host", "crash host 2",
-                             "set host name x", "set ipmi off"})
+                             "set host name x", "set ipmi off", "nic vmnic0 up"})
         EXPECT_TRUE(isAboutServer(line)) << line;
     for (const char *line : {"", "# set", "door-bell", "door-bell generic", "rmc silent",
                              "show events", "help", "quit"})

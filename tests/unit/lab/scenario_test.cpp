@@ -16,7 +16,10 @@ const char GOOD[] = R"({
               {"designation": "PCI empty"}],
     "onboard": [{"designation": "o", "type": 5, "enabled": false, "instance": 2}]},
   "host": {"name": "h", "memoryMBytes": 1, "addresses": [{"interface": "e", "address": "192.0.2.1"}],
-    "pci": [{"address": "0000:24:00.0", "vendor": 4215}]},
+    "pci": [{"address": "0000:24:00.0", "vendor": 4215, "device": "0x2031"}],
+    "nics": [{"name": "vmnic0", "address": "0000:c3:00.0", "vendorName": "a", "deviceName": "b",
+              "subVendor": "0xFFF0", "link": "Down", "speedMbps": 10000, "present": false}]},
+  "nicList": "short", "encoder": "missing",
   "runState": {"lastStartAgo": 10},
   "commands": ["rmc silent"],
   "timeline": [{"at": 1.5, "inventories": 1, "do": "door-bell"}],
@@ -46,8 +49,12 @@ const BadCase BAD[] = {
      "machine.slots: must be an array"},
     {"SlotAddress", [](Json::Value &v) { v["machine"]["slots"][0]["address"] = "24:00.0"; },
      "machine.slots[0].address: must be a PCI address such as 0000:24:00.0"},
-    {"SlotName", [](Json::Value &v) { v["machine"]["slots"][1]["designation"] = ""; },
-     "machine.slots[1].designation: must not be empty"},
+    {"SlotName", [](Json::Value &v) { v["machine"]["slots"][1].removeMember("designation"); },
+     "machine.slots[1].designation: must be given"},
+    {"SlotLength", [](Json::Value &v) { v["machine"]["slots"][1]["length"] = 256; },
+     "machine.slots[1].length: must be a whole number from 0 to 255"},
+    {"ImageBytes", [](Json::Value &v) { v["machine"]["imageBytes"] = "all"; },
+     "machine.imageBytes: must be a whole number from 0 to 65536"},
     {"SlotNumber", [](Json::Value &v) { v["machine"]["slots"][0] = 3; },
      "machine.slots[0]: must be an object"},
     {"OnboardType", [](Json::Value &v) { v["machine"]["onboard"][0]["type"] = 128; },
@@ -65,6 +72,27 @@ const BadCase BAD[] = {
      "host.pci[0].vendor: must be a whole number from 0 to 65535"},
     {"PciWithoutAddress", [](Json::Value &v) { v["host"]["pci"][0].removeMember("address"); },
      "host.pci[0].address: must be a PCI address such as 0000:24:00.0"},
+    {"PciId", [](Json::Value &v) { v["host"]["pci"][0]["vendor"] = "8086"; },
+     "host.pci[0].vendor: must be an id such as 0x8086"},
+    {"PciIdTooLong", [](Json::Value &v) { v["host"]["pci"][0]["device"] = "0x18086"; },
+     "host.pci[0].device: must be an id such as 0x8086"},
+    {"NicName", [](Json::Value &v) { v["host"]["nics"][0]["name"] = "../x"; },
+     "host.nics[0].name: must be small letters and digits"},
+    {"NicWithoutName", [](Json::Value &v) { v["host"]["nics"][0].removeMember("name"); },
+     "host.nics[0].name: must be small letters and digits"},
+    {"NicTwice", [](Json::Value &v) { v["host"]["nics"][1] = v["host"]["nics"][0]; },
+     "host.nics[1].name: is there twice"},
+    {"NicAddress", [](Json::Value &v) { v["host"]["nics"][0]["address"] = "pseudo"; },
+     "host.nics[0].address: must be a PCI address such as 0000:24:00.0"},
+    {"NicLink", [](Json::Value &v) { v["host"]["nics"][0]["link"] = "up"; },
+     "host.nics[0].link: must be Up, Down or Unknown"},
+    {"NicKey", [](Json::Value &v) { v["host"]["nics"][0]["colour"] = 1; },
+     "host.nics[0].colour: unknown key"},
+    {"NicList", [](Json::Value &v) { v["nicList"] = "odd"; },
+     "nicList: must be works, fails, empty, headless, cut, short, blank, old, binary, huge or "
+     "hangs"},
+    {"Encoder", [](Json::Value &v) { v["encoder"] = "odd"; },
+     "encoder: must be works, refuses, missing or incomplete"},
     {"Esxtop", [](Json::Value &v) { v["esxtop"] = "maybe"; },
      "esxtop: must be works, fails, empty or garbled"},
     {"Ipmi", [](Json::Value &v) { v["ipmiDevice"] = "yes"; }, "ipmiDevice: must be true or false"},
@@ -116,6 +144,18 @@ TEST(Scenario, ReadsWhatItSays) {
     EXPECT_FALSE(scenario.machine.slots[1].address);
     EXPECT_FALSE(scenario.machine.onboard[0].enabled);
     EXPECT_EQ(scenario.host.pci[0].vendor, 0x1077);
+    EXPECT_EQ(scenario.host.pci[0].device, 0x2031);
+    const SCENARIO_NIC &nic = scenario.host.nics.at(0);
+    EXPECT_EQ(nic.name, "vmnic0");
+    EXPECT_EQ(nic.address, "0000:c3:00.0");
+    EXPECT_EQ(nic.description, "a b");
+    EXPECT_EQ(nic.subVendor, 0xFFF0);
+    EXPECT_EQ(nic.link, "Down");
+    EXPECT_EQ(nic.speedMbps, 10000);
+    EXPECT_TRUE(nic.adminUp);
+    EXPECT_FALSE(nic.present);
+    EXPECT_EQ(scenario.nicList, "short");
+    EXPECT_EQ(scenario.encoder, "missing");
     EXPECT_EQ(scenario.lastStartAgo, 10);
     EXPECT_EQ(scenario.lastStopAgo, 0);
     EXPECT_EQ(scenario.timeline[0].at, 1.5);

@@ -90,6 +90,35 @@ TEST(SmbiosTable, IsCutBehindAWholeStructure) {
     EXPECT_EQ(bytes[bytes.size() - 6], 127);
 }
 
+TEST(SmbiosTable, WrongLengthsAreMadeAsTheyAreWanted) {
+    SCENARIO_MACHINE machine;
+    SCENARIO_DEVICE device;
+    device.designation = "";
+    device.address = "0000:24:00.0";
+    const std::size_t at = smbios_table(machine).size() - 6;
+    for (const int length : {0, 3, 4, 5, 14, 17, 20}) {
+        device.length = static_cast<std::uint8_t>(length);
+        machine.slots = {device};
+        machine.onboard = {device};
+        const auto bytes = smbios_table(machine);
+        const std::size_t formatted = static_cast<std::size_t>(std::max(length, 4));
+        EXPECT_EQ(bytes.size(), at + 2 * (formatted + 2) + 6) << length;
+        EXPECT_EQ(bytes[at], 9);
+        EXPECT_EQ(bytes[at + 1], length);
+        EXPECT_EQ(bytes[at + formatted + 2], 41);
+        EXPECT_EQ(bytes[at + formatted + 3], length);
+    }
+}
+
+TEST(SmbiosTable, ImageBreaksOffWhereItIsWanted) {
+    SCENARIO_MACHINE machine;
+    const auto whole = smbios_table(machine);
+    machine.imageBytes = 40;
+    EXPECT_EQ(smbios_table(machine), std::vector<std::uint8_t>(whole.begin(), whole.begin() + 40));
+    machine.imageBytes = 65536;
+    EXPECT_EQ(smbios_table(machine), whole);
+}
+
 TEST(HostFacts, SystemVersion) {
     EXPECT_EQ(system_version_text(shipped("first-generation").host),
               "   Product: VMware ESXi\n   Version: 7.0.3\n   Build: Releasebuild-20000001\n"
