@@ -1,10 +1,12 @@
 #include <cerrno>
-#include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
 #include <vector>
 
+#include "nic_access.h"
+#include "nic_report.h"
 #include "os_release.h"
 #include "pci_access.h"
 #include "plain_text.h"
@@ -14,9 +16,12 @@
 namespace {
 constexpr std::string_view PROGRAM = "localcli";
 constexpr std::size_t SMALL_FILE = 64 * 1024;
-constexpr std::string_view USAGE = "usage: localcli [--root DIR] system version get\n"
-                                   "       localcli [--root DIR] hardware pci list\n"
-                                   "       localcli --help | --version\n";
+constexpr std::string_view USAGE =
+    "usage: localcli [--root DIR] system version get\n"
+    "       localcli [--root DIR] hardware pci list\n"
+    "       localcli [--root DIR] network nic list\n"
+    "       localcli [--root DIR] network nic get -n|--nic-name NAME\n"
+    "       localcli --help | --version\n";
 
 int system_version_get(const std::string &root) {
     std::string release, text;
@@ -40,10 +45,11 @@ int system_version_get(const std::string &root) {
     return print_result(PROGRAM, format_system_version(version));
 }
 
+void report(const std::string &what, const std::string &why) {
+    complain(PROGRAM, what, why);
+}
+
 int hardware_pci_list(const std::string &root) {
-    const COMPLAINT report = [](const std::string &what, const std::string &why) {
-        complain(PROGRAM, what, why);
-    };
     std::vector<ORB_PCI_FUNCTION> functions;
     if (!read_pci_functions(root, report, functions)) return EXIT_FAILED;
     PCI_NAMES names;
@@ -51,6 +57,35 @@ int hardware_pci_list(const std::string &root) {
         names.want(function.vendor, function.device, function.classCode);
     if (!functions.empty()) read_pci_names(root, report, names);
     return print_result(PROGRAM, format_pci_list(functions, names));
+}
+
+int network_nic_list(const std::string &root) {
+    std::vector<ORB_NIC> nics;
+    if (const int error = read_nics(root, nics)) {
+        complain(PROGRAM, root + "/sys/class/net", error);
+        return EXIT_FAILED;
+    }
+    PCI_NAMES names;
+    for (const ORB_NIC &nic : nics)
+        if (!nic.pciAddress.empty()) names.want(nic.vendor, nic.device);
+    if (!names.complete()) read_pci_names(root, report, names);
+    for (ORB_NIC &nic : nics)
+        if (!nic.pciAddress.empty())
+            nic.description =
+                names.vendorName(nic.vendor) + " " + names.deviceName(nic.vendor, nic.device);
+    return print_result(PROGRAM, format_nic_list(nics));
+}
+
+int network_nic_get(const std::string &root, const std::string &name) {
+    ORB_NIC nic;
+    if (const int error = read_nic(root, name, nic)) {
+        complain(PROGRAM, one_line(name), error);
+        return EXIT_FAILED;
+    }
+    // This machine's drivers know nothing of another one's adapters.
+    const ORB_ETHTOOL_FACTS facts =
+        root.empty() ? read_ethtool_facts(ethtool_of_this_machine(name)) : ORB_ETHTOOL_FACTS();
+    return print_result(PROGRAM, format_nic_details(nic, facts));
 }
 
 int usage_error(std::string_view what, std::string_view why) {
@@ -65,14 +100,32 @@ int main(int argc, char **argv) {
     }
     std::string root = root_from_environment();
     std::string command;
+    std::optional<std::string> nicName;
     for (int i = 1; i < argc; ++i) {
         const std::string_view word = argv[i];
+        // Whether it is that option; takes its value from behind "=" or from the next word.
+        const char *value = nullptr;
+        bool valueMissing = false;
+        const auto takes_value = [&](std::string_view option) {
+            if (word == option) {
+                value = i + 1 < argc ? argv[++i] : nullptr;
+                valueMissing = value == nullptr;
+                return true;
+            }
+            if (!option.starts_with("--") || !word.starts_with(option) ||
+                word.substr(option.size(), 1) != "=")
+                return false;
+            value = word.data() + option.size() + 1;
+            return true;
+        };
         if (word == "--help" || word == "-h") return print_result(PROGRAM, USAGE);
         if (word == "--version") return print_result(PROGRAM, "localcli " ORB_VERSION "\n");
-        if (word == "--root" || word.starts_with("--root=")) {
-            if (word == "--root" && i + 1 == argc) return usage_error("--root", "needs a folder");
-            root = without_end_slashes(word == "--root" ? argv[++i]
-                                                        : argv[i] + std::strlen("--root="));
+        if (takes_value("--root")) {
+            if (valueMissing) return usage_error(word, "needs a folder");
+            root = without_end_slashes(value);
+        } else if (takes_value("-n") || takes_value("--nic-name")) {
+            if (valueMissing) return usage_error(word, "needs a name");
+            nicName = value;
         } else if (word.starts_with("-")) {
             return usage_error(word, "unknown option");
         } else {
@@ -80,8 +133,12 @@ int main(int argc, char **argv) {
             command += word;
         }
     }
+    if (command == "network nic get")
+        return nicName ? network_nic_get(root, *nicName) : usage_error("-n", "missing");
+    if (nicName) return usage_error("-n", "only network nic get takes a name");
     if (command == "system version get") return system_version_get(root);
     if (command == "hardware pci list") return hardware_pci_list(root);
+    if (command == "network nic list") return network_nic_list(root);
     return command.empty() ? usage_error("command", "missing")
                            : usage_error(one_line(command), "unknown command");
 }

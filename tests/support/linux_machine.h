@@ -67,8 +67,33 @@ inline std::string add_pci_function(TemporaryRoot &root, const LINUX_PCI_FUNCTIO
     return folder;
 }
 
+struct LINUX_INTERFACE {
+    std::string name = "ens0";
+    std::string device = "pci0000:c0/0000:c3:00.0"; ///< folder below /sys/devices
+    std::string carrier = "1", speed = "1000", duplex = "full", flags = "0x1003", mtu = "1500";
+    std::string address = "02:00:5e:10:20:30", type = "1";
+};
+
+/// Adds the network interface of a device. @return its folder, a host path
+inline std::string add_network_interface(TemporaryRoot &root, const LINUX_INTERFACE &interface) {
+    const std::string folder = "/sys/devices/" + interface.device + "/net/" + interface.name;
+    root.write(folder + "/carrier", interface.carrier + "\n");
+    root.write(folder + "/speed", interface.speed + "\n");
+    root.write(folder + "/duplex", interface.duplex + "\n");
+    root.write(folder + "/flags", interface.flags + "\n");
+    root.write(folder + "/mtu", interface.mtu + "\n");
+    root.write(folder + "/address", interface.address + "\n");
+    root.write(folder + "/type", interface.type + "\n");
+    const std::size_t slash = interface.device.rfind('/');
+    make_link(root, folder + "/device", "../../../" + interface.device.substr(slash + 1));
+    root.makeDirectory("/sys/class/net");
+    make_link(root, "/sys/class/net/" + interface.name,
+              "../../devices/" + interface.device + "/net/" + interface.name);
+    return folder;
+}
+
 /// A bridge, a Fibre Channel adapter in slot 3 and a two-port network adapter, with names in
-/// pci.ids for all but the second network port's device.
+/// pci.ids for all but the second network port's device, which has no link.
 inline void make_linux_machine(TemporaryRoot &root) {
     root.write("/etc/os-release",
                "NAME=\"Example Linux\"\nVERSION_ID=\"9.3\"\nBUILD_ID=20000001\n");
@@ -119,7 +144,13 @@ inline void make_linux_machine(TemporaryRoot &root) {
                    .revision = 1,
                    .irq = 40,
                    .driver = "igb"});
-        root.makeDirectory(nic + "/net/ens" + port);
+        const bool up = port == "0";
+        add_network_interface(root, {.name = "ens" + port,
+                                     .device = "pci0000:c0/" + address,
+                                     .carrier = up ? "1" : "0",
+                                     .speed = up ? "1000" : "-1",
+                                     .duplex = up ? "full" : "unknown",
+                                     .address = "02:00:5e:10:20:3" + port});
         root.write(nic + "/label", "Onboard LAN " + port + "\n");
         root.makeDirectory("/sys/kernel/iommu_groups/17");
         make_link(root, nic + "/iommu_group", "../../../kernel/iommu_groups/17");

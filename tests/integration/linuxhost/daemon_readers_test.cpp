@@ -101,6 +101,43 @@ TEST_F(DaemonReaders, ReadThePciList) {
     EXPECT_FALSE(root.exists(list));
 }
 
+TEST_F(DaemonReaders, SplitTheNicListIntoNamesAndLinks) {
+    EXPECT_EQ(
+        run_line("localcli network nic list | /usr/bin/awk '{print$1, $5}'", root.path()).text,
+        "Name Admin\n---- -----------\nens0 Up\nens1 Down\n");
+    EXPECT_EQ(run_line("localcli network nic list | awk 'NF < 10'", root.path()).text, "");
+}
+
+TEST_F(DaemonReaders, FindOneLineForFirmwareAndOneForTheCable) {
+    const std::string file = root.path() + "/details";
+    EXPECT_EQ(run_line("localcli network nic get -n ens0 >> " + file, root.path()).status, 0);
+    EXPECT_EQ(run_line("grep \"Firmware Version\" " + file).text, "         Firmware Version: \n");
+    EXPECT_EQ(run_line("grep \"Cable \" " + file).text, "   Cable Type: \n");
+}
+
+TEST_F(DaemonReaders, FindTheSubIdsByAnAddressOfTheNicList) {
+    EXPECT_EQ(orbSystemInterfaceFactory::getSystemInterface()->populateHardwarePCIDetails(), 0);
+    EXPECT_EQ(run_line("cat " + root.path() + "/opt/vantor/orb/data/orb_hwlist.txt | awk '/" +
+                       std::string("0000:c3:00.1") + "/,/^$/' | grep -e SubVendor -e SubDevice")
+                  .text,
+              "   SubVendor ID: 0xfff0\n   SubDevice ID: 0x0001\n");
+    EXPECT_EQ(run_line("cat " + root.path() +
+                       "/opt/vantor/orb/data/orb_hwlist.txt | "
+                       "awk '/Pseudo/,/^$/'")
+                  .text,
+              "");
+}
+
+TEST_F(DaemonReaders, KnowEachFibreChannelAdapterByAName) {
+    add_pci_function(
+        root, {.address = "0000:25:00.0", .path = "pci0000:20/0000:25:00.0", .driver = "vfio-pci"});
+    EXPECT_EQ(run_line("localcli hardware pci list | grep -e 'Address: ' -e 'VMkernel Name:' | "
+                       "grep ' v'",
+                       root.path())
+                  .text,
+              "   VMkernel Name: vmhba3\n   VMkernel Name: vmhba4\n");
+}
+
 TEST_F(DaemonReaders, ReadTheSmbiosImage) {
     const SmbiosBytes table =
         smbios_join({smbios_structure(0, {0}, {"Firmware"}), smbios_system("PLATFORM-ID-A01"),

@@ -21,7 +21,16 @@ void PrintTo(const UsageCase &row, std::ostream *os) {
 
 const UsageCase USAGE_CASES[] = {
     {"NoCommand", "localcli", 2, "localcli: command: missing"},
-    {"NetworkList", "localcli network nic list", 2, "localcli: network nic list: unknown command"},
+    {"NetworkWord", "localcli network nic", 2, "localcli: network nic: unknown command"},
+    {"NetworkGetWithout", "localcli network nic get", 2, "localcli: -n: missing"},
+    {"NetworkGetHalf", "localcli network nic get -n", 2, "localcli: -n: needs a name"},
+    {"NetworkGetLong", "localcli network nic get --nic-name", 2,
+     "localcli: --nic-name: needs a name"},
+    {"NetworkListOfOne", "localcli network nic list -n ens0", 2,
+     "localcli: -n: only network nic get takes a name"},
+    {"NetworkGetUnknown", "localcli network nic get -n ens9", 1, "localcli: ens9: No such device"},
+    {"NetworkGetOutside", "localcli network nic get -n ../net/ens0", 1,
+     "localcli: ../net/ens0: No such device"},
     {"HalfACommand", "localcli hardware pci", 2, "localcli: hardware pci: unknown command"},
     {"WordTooMany", "localcli hardware pci list all", 2,
      "localcli: hardware pci list all: unknown command"},
@@ -187,6 +196,59 @@ TEST(Localcli, ListsThePciFunctionsOfAMachine) {
               "   Dependent Device: PCI 0:36:0:0\n"
               "   Reset Method: Function reset\n"
               "   FPT Sharable: true\n");
+}
+
+TEST(Localcli, ListsTheNetworkAdaptersOfAMachine) {
+    TemporaryRoot root;
+    make_linux_machine(root);
+    add_network_interface(root, {.name = "usb0",
+                                 .device = "pci0000:00/0000:00:14.0/usb1/1-1/1-1:1.0",
+                                 .carrier = "",
+                                 .address = "02:00:5e:10:20:3f"});
+    const PROGRAM_RESULT result = run_line("localcli network nic list 2>&1", root.path());
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.text, "Name  PCI Device    Driver  Admin Status  Link Status  Speed  Duplex  "
+                           "MAC Address         MTU  Description\n"
+                           "----  ------------  ------  ------------  -----------  -----  ------  "
+                           "-----------------  ----  ---------------------------------------\n"
+                           "ens0  0000:c3:00.0  igb     Up            Up            1000  Full    "
+                           "02:00:5e:10:20:30  1500  Example Silicon Example Gigabit Adapter\n"
+                           "ens1  0000:c3:00.1  igb     Up            Down             0  Half    "
+                           "02:00:5e:10:20:31  1500  Example Silicon Device 1fff\n"
+                           "usb0  Pseudo        None    Up            Unknown          0  Half    "
+                           "02:00:5e:10:20:3f  1500  None network adapter\n");
+}
+
+TEST(Localcli, AMachineWithoutAdaptersHasTheHeadAlone) {
+    TemporaryRoot root;
+    root.makeDirectory("/sys/class/net");
+    const PROGRAM_RESULT result = run_line("localcli network nic list 2>&1", root.path());
+    EXPECT_EQ(result.status, 0) << "and needs no names";
+    EXPECT_EQ(std::count(result.text.begin(), result.text.end(), '\n'), 2) << result.text;
+}
+
+TEST(Localcli, AMachineWithoutInterfacesIsAFailure) {
+    TemporaryRoot root;
+    const PROGRAM_RESULT result = run_line("localcli network nic list 2>&1", root.path());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.text,
+              "localcli: " + root.path() + "/sys/class/net: No such file or directory\n");
+}
+
+TEST(Localcli, TellsOfOneNetworkAdapter) {
+    TemporaryRoot root;
+    make_linux_machine(root);
+    const PROGRAM_RESULT result = run_line("localcli network nic get -n ens0 2>&1", root.path());
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.text.find("   Cable Type: \n"), std::string::npos);
+    EXPECT_NE(result.text.find("         Bus Info: 0000:c3:00:0\n         Driver: igb\n"
+                               "         Firmware Version: \n"),
+              std::string::npos)
+        << result.text;
+    EXPECT_NE(result.text.find("   Link Status: Up \n   Name: ens0\n"), std::string::npos);
+    for (const char *form : {"network nic get --nic-name ens0", "network nic get --nic-name=ens0",
+                             "-n ens0 network nic get"})
+        EXPECT_EQ(run_line(std::string("localcli ") + form, root.path()).text, result.text);
 }
 
 TEST(Localcli, WithoutPciIdsNumbersStandForNames) {

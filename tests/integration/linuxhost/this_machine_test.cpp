@@ -123,6 +123,73 @@ TEST(ThisMachine, PciListAgreesWithSysfs) {
     }
 }
 
+/// The rows of the list of adapters, in words.
+std::vector<std::vector<std::string>> nic_rows() {
+    const PROGRAM_RESULT list = run_line("localcli network nic list");
+    EXPECT_EQ(list.status, 0);
+    std::istringstream lines(list.text);
+    std::vector<std::vector<std::string>> rows;
+    int number = 0;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream in(line);
+        std::vector<std::string> words;
+        for (std::string word; in >> word;) words.push_back(word);
+        if (++number > 2) rows.push_back(words);
+    }
+    EXPECT_GE(number, 2);
+    return rows;
+}
+
+TEST(ThisMachine, NicListAgreesWithSysfs) {
+    std::size_t adapters = 0;
+    for (const auto &words : nic_rows()) {
+        ASSERT_GE(words.size(), 10u);
+        const std::string folder = "/sys/class/net/" + words[0] + "/";
+        SCOPED_TRACE(folder);
+        EXPECT_EQ(words[3] == "Up",
+                  (std::stoul(first_line(folder + "flags"), nullptr, 16) & 1) != 0);
+        EXPECT_EQ(words[4] == "Up", first_line(folder + "carrier") == "1");
+        const std::string speed = first_line(folder + "speed");
+        EXPECT_EQ(words[5], speed.empty() || speed[0] == '-' || words[4] != "Up" ? "0" : speed);
+        EXPECT_EQ(words[7], first_line(folder + "address"));
+        EXPECT_EQ(words[8], first_line(folder + "mtu"));
+        if (words[1] != "Pseudo") {
+            EXPECT_NE(first_line("/sys/bus/pci/devices/" + words[1] + "/vendor"), "");
+        }
+        ++adapters;
+    }
+    const std::string counted =
+        run_line("for i in /sys/class/net/*/device; do "
+                 "[ -e $i ] && [ ! -e $i/physfn ] && case $(cat ${i%device}type) in "
+                 "1|32) echo x;; esac; done | wc -l")
+            .text;
+    EXPECT_EQ(adapters, std::stoul(counted));
+}
+
+TEST(ThisMachine, EachAdapterTellsItsDetails) {
+    for (const auto &words : nic_rows()) {
+        ASSERT_GE(words.size(), 10u);
+        SCOPED_TRACE(words[0]);
+        const PROGRAM_RESULT details = run_line("localcli network nic get -n " + words[0]);
+        EXPECT_EQ(details.status, 0);
+        EXPECT_EQ(std::count(details.text.begin(), details.text.end(), '\n'), 24);
+        for (const char *search : {"Firmware Version", "Cable "})
+            EXPECT_EQ(
+                run_line("localcli network nic get -n " + words[0] + " | grep -c '" + search + "'")
+                    .text,
+                "1\n");
+        EXPECT_NE(
+            details.text.find("   Link Status: " + words[4] + " \n   Name: " + words[0] + "\n"),
+            std::string::npos);
+        EXPECT_NE(details.text.find("         Driver: "), std::string::npos);
+        if (words[1] != "Pseudo") {
+            std::string address = words[1];
+            address[address.rfind('.')] = ':';
+            EXPECT_NE(details.text.find("Bus Info: " + address + "\n"), std::string::npos);
+        }
+    }
+}
+
 TEST(ThisMachine, VersionAndMemoryAreTold) {
     for (const char *search : {"Product", "Version:"}) {
         const PROGRAM_RESULT found =
