@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+class orbExpression;
+
 /// Host identity, addresses, time texts, directory lists, small text helpers, and the tables that
 /// tell where devices are. All static; any thread may call unless a function says otherwise.
 class orbUtils {
@@ -108,7 +110,11 @@ public:
 
 private:
     static void setPlatformFamily();
+    static std::string findGeoID(const std::string &designation, const orbExpression &expression);
     static bool compileGeoIDSplit(const std::string &geoID);
+    template <typename Records>
+    static void enterGeoIDs(const Records &records, std::size_t longestGeoID,
+                            const orbExpression &expression);
 
     static std::string primaryIPv4Address, auxIPv4Address; // guarded by mutex_lock
     static std::mutex mutex_lock;

@@ -17,7 +17,10 @@ std::string orbUtils::getGeoIDStr(const std::string &address) {
 }
 
 std::string orbUtils::getGeoIDFromDesignation(const std::string &designation) {
-    const orbExpression geoID(GEOID_IN_DESIGNATION);
+    return findGeoID(designation, orbExpression(GEOID_IN_DESIGNATION));
+}
+
+std::string orbUtils::findGeoID(const std::string &designation, const orbExpression &geoID) {
     if (geoID.error() != 0) {
         ORB_LOG_WARNING(ORB_UTILS,
                         format_text("Error Compiling Regex, Return Value: %d, Error Info: %s",

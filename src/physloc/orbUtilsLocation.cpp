@@ -40,31 +40,6 @@ private:
     int number = 0;
     std::unique_ptr<Record, Free> records;
 };
-
-/// Enters each record of a type, by its device's address. A later one replaces an earlier one.
-/// @param longestGeoID  of a designation of the second generation, characters behind are dropped
-template <typename Record>
-void enter_geoids(const orbSmbiosRecords<Record> &records, std::size_t longestGeoID,
-                  std::map<std::string, std::string> &geoIDs) {
-    for (const Record &record : records) {
-        ORB_LOG_DEBUG(ORB_UTILS,
-                      format_text("designation: %s, segmentGroupNum: 0x%x, busNum: 0x%x, "
-                                  "evFuncNum: 0x%x",
-                                  record.designation, unsigned{record.segmentGroupNum},
-                                  unsigned{record.busNum}, unsigned{record.devFuncNum}));
-        const std::string address =
-            pci_address_text(record.segmentGroupNum, record.busNum, record.devFuncNum);
-        if (address.empty()) {
-            ORB_LOG_WARNING(ORB_UTILS, "Encountered incorrect parsing of BDF characters");
-            continue;
-        }
-        // The family is read here at the latest: the reader stops at the end of initGeoIDMap().
-        const bool isSecond =
-            platform_generation(orbUtils::getPlatformFamily()) == PLATFORM_GENERATION_SECOND;
-        geoIDs[address] = isSecond ? geoid_behind_blank(record.designation, longestGeoID)
-                                   : orbUtils::getGeoIDFromDesignation(record.designation);
-    }
-}
 } // namespace
 
 void orbUtils::initializeSMBIOS() {
@@ -78,14 +53,42 @@ void orbUtils::initializeSMBIOS() {
                                          err, getErrorDescription(err).c_str()));
 }
 
+/// Enters each record of a type, by its device's address. A later one replaces an earlier one.
+/// @param longestGeoID  of a designation of the second generation, characters behind are dropped
+/// @param expression    finds a GeoID of the first generation; compiled once for all records,
+///                      because the compilation costs more than all else
+template <typename Records>
+void orbUtils::enterGeoIDs(const Records &records, std::size_t longestGeoID,
+                           const orbExpression &expression) {
+    for (const auto &record : records) {
+        ORB_LOG_DEBUG(ORB_UTILS,
+                      format_text("designation: %s, segmentGroupNum: 0x%x, busNum: 0x%x, "
+                                  "evFuncNum: 0x%x",
+                                  record.designation, unsigned{record.segmentGroupNum},
+                                  unsigned{record.busNum}, unsigned{record.devFuncNum}));
+        const std::string address =
+            pci_address_text(record.segmentGroupNum, record.busNum, record.devFuncNum);
+        if (address.empty()) {
+            ORB_LOG_WARNING(ORB_UTILS, "Encountered incorrect parsing of BDF characters");
+            continue;
+        }
+        // The family is read here at the latest: the reader stops at the end of initGeoIDMap().
+        const bool isSecond =
+            platform_generation(getPlatformFamily()) == PLATFORM_GENERATION_SECOND;
+        geoIDMap[address] = isSecond ? geoid_behind_blank(record.designation, longestGeoID)
+                                     : findGeoID(record.designation, expression);
+    }
+}
+
 void orbUtils::initGeoIDMap() {
     if (smbiosVmwareInit) {
         const orbSmbiosRecords<DmiSystemSlot> slots(TYPE_SYSTEM_SLOT);
         if (!slots.isFetched()) ORB_LOG_DEBUG(ORB_UTILS, "Unable to fetch smbios type 9 record");
         const orbSmbiosRecords<DmiOnboardDevicesEx> devices(TYPE_ONBOARD_DEVICE);
         if (!devices.isFetched()) ORB_LOG_DEBUG(ORB_UTILS, "Unable to fetch smbios type 41 record");
-        enter_geoids(slots, std::string::npos, geoIDMap);
-        enter_geoids(devices, SECOND_GEOID_SIZE, geoIDMap);
+        const orbExpression expression(GEOID_IN_DESIGNATION);
+        enterGeoIDs(slots, std::string::npos, expression);
+        enterGeoIDs(devices, SECOND_GEOID_SIZE, expression);
         SmBiosDeinit();
     } else {
         ORB_LOG_WARNING(ORB_UTILS,
