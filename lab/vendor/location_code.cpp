@@ -93,7 +93,7 @@ bool decode_location(const std::string &text, PHYSICAL_LOCATION &location, std::
             error = text_of("character %zu is no hexadecimal digit", i + 1);
             return false;
         }
-        bytes[i / 2] = static_cast<std::uint8_t>(bytes[i / 2] << 4 | digit);
+        bytes[i / 2] = static_cast<std::uint8_t>(unsigned{bytes[i / 2]} << 4 | digit);
     }
     PHYSICAL_LOCATION read;
     if (bytes[0] == MARKS[1]) {
