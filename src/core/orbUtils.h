@@ -111,7 +111,7 @@ public:
 private:
     static void setPlatformFamily();
     static std::string findGeoID(const std::string &designation, const orbExpression &expression);
-    static bool compileGeoIDSplit(const std::string &geoID);
+    static bool compileGeoIDSplitLocked(const std::string &geoID); // holds geoIDSplitMutex
     template <typename Records>
     static void enterGeoIDs(const Records &records, std::size_t longestGeoID,
                             const orbExpression &expression);

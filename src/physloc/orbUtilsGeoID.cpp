@@ -51,7 +51,12 @@ std::vector<std::string> orbUtils::getGeoIDInfo(const std::string &address) {
                       format_text("GeoID not available for PCI address [%s].", address.c_str()));
         return {};
     }
-    if (!compileGeoIDSplit(geoID)) return {};
+    if (!geoIDSplitRegexCompiled.load()) {
+        const orbMutexLocker<std::mutex> lock(geoIDSplitMutex);
+        if (!geoIDSplitRegexCompiled.load())
+            geoIDSplitRegexCompiled = compileGeoIDSplitLocked(geoID);
+    }
+    if (!geoIDSplitRegexCompiled.load()) return {};
 
     GEOID_SPLIT split = split_geoid(geoIDSplitExp, geoID);
     if (split.code != 0)
@@ -66,10 +71,7 @@ std::vector<std::string> orbUtils::getGeoIDInfo(const std::string &address) {
     return std::move(split.elements);
 }
 
-bool orbUtils::compileGeoIDSplit(const std::string &geoID) {
-    if (geoIDSplitRegexCompiled) return true;
-    const orbMutexLocker<std::mutex> lock(geoIDSplitMutex);
-    if (geoIDSplitRegexCompiled) return true;
+bool orbUtils::compileGeoIDSplitLocked(const std::string &geoID) {
     const char *const expression = geoid_split_expression(platform_generation(getPlatformFamily()));
     if (expression == nullptr) {
         ORB_LOG_WARNING(ORB_UTILS, format_text("Failed to decode GeoID [%s]: Unknown or "
@@ -79,12 +81,9 @@ bool orbUtils::compileGeoIDSplit(const std::string &geoID) {
     }
     geoIDSplitExpression = expression;
     const int code = ::regcomp(&geoIDSplitExp, geoIDSplitExpression.c_str(), REG_EXTENDED);
-    if (code != 0) { // it keeps nothing, and the next caller tries again
-        ORB_LOG_WARNING(ORB_UTILS, format_text("Error compiling regex [%s]: [%d] - [%s]",
-                                               geoIDSplitExpression.c_str(), code,
-                                               expression_error(code, geoIDSplitExp).c_str()));
-        return false;
-    }
-    geoIDSplitRegexCompiled = true;
-    return true;
+    if (code == 0) return true;
+    ORB_LOG_WARNING(ORB_UTILS, format_text("Error compiling regex [%s]: [%d] - [%s]",
+                                           geoIDSplitExpression.c_str(), code,
+                                           expression_error(code, geoIDSplitExp).c_str()));
+    return false; // nothing is kept, and the next caller tries again
 }
