@@ -49,7 +49,7 @@ bool is_interface_name(std::string_view text) {
     });
 }
 
-bool is_pci_address_text(std::string_view text) {
+bool is_nic_address_text(std::string_view text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
         return is_hexadecimal(c) || c == ':' || c == '.';
     });
