@@ -122,11 +122,29 @@ bool LabRun::readMore(int waitMs) {
     return true;
 }
 
-bool LabRun::await(const std::string &text) {
+bool LabRun::await(const std::string &text, std::size_t times) {
     const auto end = std::chrono::steady_clock::now() + PATIENCE;
-    while (outText.find(text) == std::string::npos) {
+    const auto isThere = [&] {
+        std::size_t found = 0;
+        for (std::size_t at = outText.find(text); at != std::string::npos && found < times;
+             at = outText.find(text, at + text.size()))
+            ++found;
+        return found >= times;
+    };
+    while (!isThere()) {
         if (!readMore(100) || std::chrono::steady_clock::now() > end) {
             ADD_FAILURE() << "never said: " << text << "\n" << outText << "\n" << err();
+            return false;
+        }
+    }
+    return true;
+}
+
+bool LabRun::awaitIn(const std::string &file, const std::string &text) {
+    const auto end = std::chrono::steady_clock::now() + PATIENCE;
+    while (read(file).find(text) == std::string::npos) {
+        if (!readMore(100) || std::chrono::steady_clock::now() > end) {
+            ADD_FAILURE() << "never in " << file << ": " << text << "\n" << read(file) << err();
             return false;
         }
     }

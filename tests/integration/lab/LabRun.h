@@ -27,9 +27,10 @@ public:
     void say(const std::string &text); ///< to its standard input
     void closeInput();
     void closeOutput(); ///< the reader of its standard output goes away
-    /// Waits until standard output holds the text; the test fails where it ends or half a minute
-    /// goes by without.
-    bool await(const std::string &text);
+    /// Waits until standard output holds the text so many times; the test fails where it ends or
+    /// half a minute goes by without.
+    bool await(const std::string &text, std::size_t times = 1);
+    bool awaitIn(const std::string &file, const std::string &text); ///< the same in read(file)
     int wait(); ///< for its end. @return exit status; minus the signal that ended it
     int run(const std::vector<std::string> &arguments); ///< start, closed input, wait
 
