@@ -144,7 +144,7 @@ bool decode_link_settings(std::span<const std::uint8_t> answer, ORB_LINK_SETTING
     if (answer.size() < FIXED_SIZE) return false;
     std::memcpy(&fixed, answer.data(), FIXED_SIZE);
     if (fixed.link_mode_masks_nwords <= 0) return false;
-    const auto words = static_cast<std::size_t>(fixed.link_mode_masks_nwords);
+    const std::size_t words = static_cast<std::uint8_t>(fixed.link_mode_masks_nwords);
     if ((answer.size() - FIXED_SIZE) / sizeof(std::uint32_t) / 3 < words) return false;
 
     out.known = true;
@@ -178,6 +178,7 @@ std::vector<std::string> link_mode_names(const LINK_MODES &modes) {
         return left.speed != right.speed ? left.speed > right.speed : left.full < right.full;
     });
     std::vector<std::string> names;
+    names.reserve(found.size());
     for (const NAMED &mode : found) names.push_back(shown_mode(mode.name));
     return names;
 }

@@ -22,7 +22,7 @@
 #include "sysfs_folder.h"
 
 namespace {
-constexpr unsigned long long TYPE_ETHERNET = 1, TYPE_INFINIBAND = 32; // numbers of ARP hardware
+constexpr std::uint32_t TYPE_ETHERNET = 1, TYPE_INFINIBAND = 32; // numbers of ARP hardware
 
 std::optional<std::uint32_t> number_of(const SYSFS_FOLDER &folder, const char *name) {
     unsigned long long number = 0;
@@ -68,7 +68,7 @@ bool read_adapter(const SYSFS_FOLDER &interfaces, const SYSFS_FOLDER &functions,
     const SYSFS_FOLDER folder(interfaces, name);
     const std::string device = folder.linkedName("device");
     if (device.empty() || !folder.linkTarget("device/physfn").empty()) return false;
-    const auto type = number_of(folder, "type");
+    const std::uint32_t type = number_of(folder, "type").value_or(0);
     if (type != TYPE_ETHERNET && type != TYPE_INFINIBAND) return false;
 
     nic.name = name;
@@ -102,25 +102,31 @@ std::string text_of(std::span<const char> field) {
     return std::string(field.begin(), std::find(field.begin(), field.end(), '\0'));
 }
 
-/// The driver tells first how many words its sets of modes have, and then the sets.
-void read_link_settings(const ETHTOOL_CALL &call, ORB_LINK_SETTINGS &settings) {
+constexpr std::size_t MOST_WORDS = 127; // of a set of link modes, by the width of their number
+using LINK_SETTINGS_BYTES = std::array<std::uint8_t, sizeof(ethtool_link_settings) +
+                                                         3 * MOST_WORDS * sizeof(std::uint32_t)>;
+
+/// Asks for link settings with sets of so many words. @return the number in the answer, 0: none
+int ask_link_settings(const ETHTOOL_CALL &call, int words, LINK_SETTINGS_BYTES &answer) {
     ethtool_link_settings fixed{};
-    constexpr std::size_t MOST_WORDS = 127; // what the number of words has room for
-    alignas(ethtool_link_settings)
-        std::array<std::uint8_t, sizeof fixed + 3 * MOST_WORDS * sizeof(std::uint32_t)>
-            command{};
-    const auto ask = [&] {
-        fixed.cmd = ETHTOOL_GLINKSETTINGS;
-        std::memcpy(command.data(), &fixed, sizeof fixed);
-        if (call(command.data()) != 0) return false;
-        std::memcpy(&fixed, command.data(), sizeof fixed);
-        return true;
-    };
-    if (!ask() || fixed.link_mode_masks_nwords >= 0 || fixed.link_mode_masks_nwords == INT8_MIN)
-        return;
-    fixed.link_mode_masks_nwords = static_cast<std::int8_t>(-fixed.link_mode_masks_nwords);
+    fixed.cmd = ETHTOOL_GLINKSETTINGS;
+    fixed.link_mode_masks_nwords = static_cast<std::int8_t>(words);
+    alignas(ethtool_link_settings) LINK_SETTINGS_BYTES command{};
+    std::memcpy(command.data(), &fixed, sizeof fixed);
+    if (call(command.data()) != 0) return 0;
+    std::memcpy(&fixed, command.data(), sizeof fixed);
+    answer = command;
+    return fixed.link_mode_masks_nwords;
+}
+
+/// The kernel answers a wrong number with the right one, negative, and then with the settings.
+void read_link_settings(const ETHTOOL_CALL &call, ORB_LINK_SETTINGS &settings) {
+    LINK_SETTINGS_BYTES answer{};
+    const int words = -ask_link_settings(call, 0, answer);
+    if (words <= 0 || words > static_cast<int>(MOST_WORDS)) return;
     // An answer without sets tells nothing.
-    if (ask()) static_cast<void>(decode_link_settings(command, settings));
+    if (ask_link_settings(call, words, answer) == words)
+        static_cast<void>(decode_link_settings(answer, settings));
 }
 
 /// A socket that is closed with the last copy of the calls on it.

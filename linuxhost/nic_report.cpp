@@ -112,6 +112,7 @@ std::string format_nic_list(const std::vector<ORB_NIC> &nics) {
     std::array<std::size_t, COLUMNS> widths{};
     for (std::size_t i = 0; i < COLUMNS; ++i) widths[i] = HEAD[i].size();
     std::vector<ROW> rows;
+    rows.reserve(nics.size());
     for (const ORB_NIC &nic : nics) rows.push_back(row_of(nic));
     for (const ROW &row : rows)
         for (std::size_t i = 0; i < COLUMNS; ++i) widths[i] = std::max(widths[i], width(row[i]));
