@@ -1,6 +1,8 @@
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,6 +14,8 @@
 #include "fakes/VirtualClock.h"
 #include "host/HostResourceManager.h"
 #include "integration/linuxhost/run_program.h"
+#include "network/nic_details.h"
+#include "network/nic_list.h"
 #include "physloc/smbios_reader.h"
 #include "platform/orbSystemInterfaceFactory.h"
 #include "support/linux_machine.h"
@@ -101,18 +105,44 @@ TEST_F(DaemonReaders, ReadThePciList) {
     EXPECT_FALSE(root.exists(list));
 }
 
-TEST_F(DaemonReaders, SplitTheNicListIntoNamesAndLinks) {
-    EXPECT_EQ(
-        run_line("localcli network nic list | /usr/bin/awk '{print$1, $5}'", root.path()).text,
-        "Name Admin\n---- -----------\nens0 Up\nens1 Down\n");
-    EXPECT_EQ(run_line("localcli network nic list | awk 'NF < 10'", root.path()).text, "");
+TEST_F(DaemonReaders, ReadTheNicList) {
+    add_network_interface(
+        root,
+        {.name = "usb0", .device = "pci0000:00/0000:00:14.0/usb1/1-1/1-1:1.0", .carrier = ""});
+    std::vector<std::vector<std::string>> rows;
+    ASSERT_EQ(read_nic_list(run_line("localcli network nic list", root.path()).text, rows), 0);
+    ASSERT_EQ(rows.size(), 3u);
+    EXPECT_EQ(rows[0], (std::vector<std::string>{"ens0", "0000:c3:00.0", "igb", "Up", "Up", "1000",
+                                                 "Full", "02:00:5e:10:20:30", "1500",
+                                                 "Example Silicon Example Gigabit Adapter"}));
+    EXPECT_EQ(rows[1][NIC_LINK_STATUS], "Down");
+    EXPECT_EQ(rows[2][NIC_PCI_DEVICE], "Pseudo");
+    EXPECT_EQ(rows[2][NIC_LINK_STATUS], "Unknown");
+    for (const auto &row : rows) EXPECT_TRUE(is_interface_name(row[NIC_NAME])) << row[NIC_NAME];
+
+    const std::string links =
+        run_line("localcli network nic list | /usr/bin/awk '{print$1, $5}'", root.path()).text;
+    EXPECT_EQ(read_link_table(links), (std::vector<std::pair<std::string, std::string>>{
+                                          {"ens0", "Up"}, {"ens1", "Down"}, {"usb0", "Unknown"}}));
 }
 
-TEST_F(DaemonReaders, FindOneLineForFirmwareAndOneForTheCable) {
+TEST_F(DaemonReaders, ReadTheListOfAHostWithoutAdapters) {
+    const TemporaryRoot bare;
+    std::filesystem::create_directories(bare.path() + "/sys/class/net");
+    std::vector<std::vector<std::string>> rows(1);
+    EXPECT_EQ(read_nic_list(run_line("localcli network nic list", bare.path()).text, rows), 0);
+    EXPECT_TRUE(rows.empty());
+}
+
+TEST_F(DaemonReaders, ReadFirmwareAndCable) {
     const std::string file = root.path() + "/details";
     EXPECT_EQ(run_line("localcli network nic get -n ens0 >> " + file, root.path()).status, 0);
-    EXPECT_EQ(run_line("grep \"Firmware Version\" " + file).text, "         Firmware Version: \n");
-    EXPECT_EQ(run_line("grep \"Cable \" " + file).text, "   Cable Type: \n");
+    std::string version = "before", cable = "before";
+    EXPECT_TRUE(read_firmware_version(run_line("grep \"Firmware Version\" " + file).text, version));
+    EXPECT_EQ(version, "");
+    EXPECT_TRUE(read_labelled_value(run_line("grep \"Cable \" " + file).text, cable));
+    EXPECT_EQ(cable, "\n");
+    EXPECT_EQ(judge_link(cable, "Up"), NIC_LINK_UP);
 }
 
 TEST_F(DaemonReaders, FindTheSubIdsByAnAddressOfTheNicList) {
@@ -131,11 +161,9 @@ TEST_F(DaemonReaders, FindTheSubIdsByAnAddressOfTheNicList) {
 TEST_F(DaemonReaders, KnowEachFibreChannelAdapterByAName) {
     add_pci_function(
         root, {.address = "0000:25:00.0", .path = "pci0000:20/0000:25:00.0", .driver = "vfio-pci"});
-    EXPECT_EQ(run_line("localcli hardware pci list | grep -e 'Address: ' -e 'VMkernel Name:' | "
-                       "grep ' v'",
-                       root.path())
-                  .text,
-              "   VMkernel Name: vmhba3\n   VMkernel Name: vmhba4\n");
+    orbUtils::initFcInfoMap();
+    EXPECT_EQ(orbUtils::getFcPciStr("vmhba3"), "0000:24:00.0");
+    EXPECT_EQ(orbUtils::getFcPciStr("vmhba4"), "0000:25:00.0");
 }
 
 TEST_F(DaemonReaders, ReadTheSmbiosImage) {
