@@ -21,6 +21,7 @@ struct LIFE_SETTINGS {
     int controlSocket = -1;                          ///< the life's end
     bool answerFromMemory = false;                   ///< shell lines, see LabCommands
     std::atomic<std::uint64_t> *lineCount = nullptr; ///< shell lines that ran; in shared memory
+    std::string countedStart;                        ///< what a counted line begins with
     sigset_t signalMask{};                           ///< the one that the daemon starts with
 };
 

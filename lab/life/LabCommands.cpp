@@ -47,13 +47,14 @@ REDIRECTED_LINE split_redirection(const std::string &line) {
             break;
         }
     }
-    if (at == std::string::npos) return {line, {}, false};
+    if (at == std::string::npos) return {line, {}, {}, false};
     REDIRECTED_LINE split;
     split.command = line.substr(0, line.find_last_not_of(' ', at - 1) + 1);
     split.append = at + 1 < line.size() && line[at + 1] == '>';
     const std::size_t word = line.find_first_not_of(' ', at + (split.append ? 2 : 1));
-    if (word == std::string::npos) return {line, {}, false};
-    split.file = unquoted(line.substr(word, line.find_last_not_of(' ') + 1 - word));
+    if (word == std::string::npos) return {line, {}, {}, false};
+    split.word = line.substr(word, line.find_last_not_of(' ') + 1 - word);
+    split.file = unquoted(split.word);
     return split;
 }
 
@@ -61,12 +62,15 @@ bool LabCommands::changesTheMachine(const std::string &line) {
     return line.starts_with("modprobe ") || line.starts_with("mknod ");
 }
 
-void LabCommands::count() {
-    if (lines != nullptr) ++*lines;
+void LabCommands::count(const std::string &line) {
+    if (lines != nullptr && line.starts_with(counted)) ++*lines;
 }
 
 const LabCommands::RECORDED &LabCommands::recordedLocked(const std::string &command) {
-    const auto known = memory.find(command);
+    std::string key = command;
+    for (const auto &[word, writer] : writers)
+        if (command.find(word) != std::string::npos) key += '\n' + writer;
+    const auto known = memory.find(key);
     if (known != memory.end()) return known->second;
     RECORDED fresh;
     if (std::FILE *stream = ::popen(command.c_str(), "re"); stream != nullptr) {
@@ -77,19 +81,20 @@ const LabCommands::RECORDED &LabCommands::recordedLocked(const std::string &comm
     } else {
         fresh.status = -1;
     }
-    return memory.emplace(command, std::move(fresh)).first->second;
+    return memory.emplace(std::move(key), std::move(fresh)).first->second;
 }
 
 int LabCommands::writeLocked(const REDIRECTED_LINE &line, const std::string &output) {
     std::ofstream file(line.file, line.append ? std::ios::app : std::ios::trunc);
     if (!file) return CANNOT_CREATE;
     file << output;
+    writers[line.word] = line.command;
     return 0;
 }
 
 ORB_COMMAND_RESULT LabCommands::system(const std::string &line) {
     if (changesTheMachine(line)) return {0, 0};
-    count();
+    count(line);
     if (!fromMemory) {
         errno = 0;
         const int status = std::system(line.c_str());
@@ -109,7 +114,7 @@ std::FILE *LabCommands::popen(const std::string &line, int *err) {
         *err = EPERM;
         return nullptr;
     }
-    count();
+    count(line);
     errno = 0;
     if (!fromMemory) {
         std::FILE *stream = ::popen(line.c_str(), "re");

@@ -12,6 +12,7 @@
 struct REDIRECTED_LINE {
     std::string command; ///< without the redirection
     std::string file;    ///< with the shell's quotes taken off; empty where there is none
+    std::string word;    ///< the same as it stands in the line
     bool append = false;
 };
 /// Takes the redirection off a line's end.
@@ -23,10 +24,14 @@ REDIRECTED_LINE split_redirection(const std::string &line);
 class LabCommands final : public IorbHostCommands {
 public:
     /// @param answerFromMemory  each line is run once; from then on its recorded output and status
-    ///                          answer in process, and the data file is made as the shell would
+    ///                          answer in process, and the data file is made as the shell would;
+    ///                          a line that names such a file is another one with each command
+    ///                          that wrote the file last
     /// @param lineCount  counts the lines that ran, where it is not null; may lie in shared memory
-    explicit LabCommands(bool answerFromMemory, std::atomic<std::uint64_t> *lineCount = nullptr)
-        : fromMemory(answerFromMemory), lines(lineCount) {}
+    /// @param countedStart  what a line must begin with to be counted; empty: all are
+    explicit LabCommands(bool answerFromMemory, std::atomic<std::uint64_t> *lineCount = nullptr,
+                         std::string countedStart = {})
+        : fromMemory(answerFromMemory), lines(lineCount), counted(std::move(countedStart)) {}
     ORB_COMMAND_RESULT system(const std::string &line) override;
     std::FILE *popen(const std::string &line, int *err) override;
     int pclose(std::FILE *stream) override;
@@ -41,11 +46,13 @@ private:
     const RECORDED &recordedLocked(const std::string &command);
     int writeLocked(const REDIRECTED_LINE &line, const std::string &output);
 
-    void count();
+    void count(const std::string &line);
 
     const bool fromMemory;
     std::atomic<std::uint64_t> *const lines;
-    std::mutex lock;                        // guards all below
-    std::map<std::string, RECORDED> memory; // by command; lines differ in nothing from run to run
-    std::map<std::FILE *, int> open;        // answered from memory, with their status
+    const std::string counted;
+    std::mutex lock;                            // guards all below
+    std::map<std::string, RECORDED> memory;     // by command and what its files hold
+    std::map<std::string, std::string> writers; // by a file's word: the command that wrote it last
+    std::map<std::FILE *, int> open;            // answered from memory, with their status
 };

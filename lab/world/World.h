@@ -38,6 +38,7 @@ struct WORLD_SETTINGS {
     LabOutputs::STYLE style;
     bool answerFromMemory = false;                   ///< the daemon's shell lines, see LabCommands
     std::atomic<std::uint64_t> *lineCount = nullptr; ///< counts them; in shared memory
+    std::string countedStart; ///< what a counted line begins with; empty: all are counted
     /// Called with each turn of the loop. @param life  the daemon's process @return false to end
     std::function<bool(double labSeconds, pid_t life, std::size_t inventories)> watch = {};
 };

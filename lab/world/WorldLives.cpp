@@ -95,6 +95,7 @@ bool World::startLife() {
     its.controlSocket = ends[0];
     its.answerFromMemory = settings.answerFromMemory;
     its.lineCount = settings.lineCount;
+    its.countedStart = settings.countedStart;
     // A request to end that comes before the daemon is ready for it waits until it is.
     its.signalMask = signals.formerMask();
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&its.signalMask, signal);

@@ -102,9 +102,10 @@ int month(const std::string &output) {
     WORLD_SETTINGS settings = settings_for(output, MONTH_SPEED);
     settings.answerFromMemory = true;
     settings.lineCount = lines;
+    settings.countedStart = "esxtop ";
     std::uint64_t next = 0;
     settings.watch = [&](double at, pid_t life, std::size_t sends) {
-        // Each build runs one line, the host's memory; a handful more ran at the start.
+        // Each build of the host's cache asks for its memory once.
         const std::uint64_t builds = lines->load();
         if (sends == 0 || builds < next) return true;
         char when[64];

@@ -131,6 +131,38 @@ TEST(LabCommands, MemoryAnswersWhatTheShellAnsweredOnce) {
     EXPECT_EQ(lines.load(), 3u);
 }
 
+TEST(LabCommands, MemoryTellsApartWhatAFileWasWrittenFrom) {
+    TemporaryRoot root;
+    LabCommands commands(true);
+    const std::string file = shell_path("/it's here");
+    const auto answer = [&](const std::string &line) {
+        int err = 0;
+        std::FILE *stream = commands.popen(line, &err);
+        char text[100] = {};
+        EXPECT_NE(stream, nullptr);
+        if (stream == nullptr) return std::string();
+        static_cast<void>(std::fgets(text, sizeof text, stream)); // empty where there is nothing
+        commands.pclose(stream);
+        return std::string(text);
+    };
+    for (int round = 0; round < 3; ++round)
+        for (const char *word : {"one", "two"}) {
+            EXPECT_EQ(commands.system(std::string("echo ") + word + " >> " + file).status, 0);
+            EXPECT_EQ(answer("grep -h . " + file), std::string(word) + "\n");
+            ASSERT_EQ(std::remove(below("/it's here").c_str()), 0);
+        }
+}
+
+TEST(LabCommands, CountsTheLinesThatBeginSo) {
+    std::atomic<std::uint64_t> lines{0};
+    LabCommands commands(false, &lines, "true ");
+    commands.system("true 1");
+    commands.system("false");
+    commands.system("echo true >/dev/null");
+    commands.system("true 2");
+    EXPECT_EQ(lines.load(), 2u);
+}
+
 TEST(LabCommands, MemoryKeepsTheStatus) {
     TemporaryRoot root;
     LabCommands commands(true);
