@@ -16,10 +16,10 @@ std::map<std::string, NICPhysicalAdapter::SUB_IDS> NICPhysicalAdapter::subVendor
 namespace {
 constexpr char DETAILS[] = "/opt/vantor/orb/data/orb_nicAddDetails.txt";
 constexpr std::size_t PIECE_BYTES = 511;
-// More than any host has functions on its buses, and longer than an address is: a list that names
+// More than any host has adapters, and longer than an address is: a list that names
 // new ones for ever makes nothing grow for ever.
 constexpr std::size_t LONGEST_KEPT = 64;
-constexpr std::size_t MOST_ADDRESSES = 65536;
+constexpr std::size_t MOST_ADDRESSES = 4096;
 
 constexpr char NO_GEO_ID[] = "NotAvailable";
 

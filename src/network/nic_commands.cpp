@@ -11,7 +11,7 @@
 
 namespace {
 constexpr std::size_t MOST_OUTPUT_BYTES = 64 * 1024;
-constexpr std::size_t MOST_FILE_BYTES = 8 * 1024 * 1024;
+constexpr std::size_t MOST_FILE_BYTES = 1024 * 1024;
 } // namespace
 
 std::string ORB_COMMAND_OUTPUT::joined() const {

@@ -21,7 +21,7 @@ ORB_COMMAND_OUTPUT read_command(const std::string &line, std::size_t pieceBytes)
 /// Runs a line to its end and drops its output. @return whether it could be started
 bool run_command(const std::string &line);
 
-/// Reads a data file of the host, at most 8 MiB of it. @param hostPath  as commands know it
+/// Reads a data file of the host, at most 1 MiB of it. @param hostPath  as commands know it
 /// @return 0, or errno of the failed open
 int read_data_file(const std::string &hostPath, std::string &text);
 

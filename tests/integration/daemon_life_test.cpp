@@ -5,11 +5,13 @@
 #include <unistd.h>
 
 #include <condition_variable>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -75,6 +77,30 @@ TEST(DaemonLife, CleanStopLeavesItsRecord) {
     EXPECT_EQ(run_state(host, "current_start"), 0);
     EXPECT_GE(run_state(host, "last_start"), FastClock::START);
     EXPECT_GE(run_state(host, "last_stop"), run_state(host, "last_start"));
+}
+
+TEST(DaemonLife, StopsInOrderThoughTheListOfAdaptersIsLockedForGood) {
+    DaemonRun host; // a host without adapters: its third rebuild waits for what the second kept
+    host.configure(R"("CacheRefreshInSeconds": {"EthernetDevices": "1"})");
+    const pid_t daemon = host.start({"--foreground"});
+    ASSERT_TRUE(host.awaitState("READY=1")) << host.errors();
+    const auto begun = [&host] {
+        int count = 0;
+        const std::string log = host.log();
+        constexpr std::string_view LINE = "NIC_RM: Building NIC Cache";
+        for (std::size_t at = log.find(LINE); at != std::string::npos; at = log.find(LINE, at + 1))
+            ++count;
+        return count;
+    };
+    const std::int64_t until = daemon_time_ms() + 20000;
+    while (begun() < 3 && daemon_time_ms() < until) std::this_thread::yield();
+    EXPECT_EQ(begun(), 3);
+    ::kill(daemon, SIGTERM);
+    EXPECT_EQ(DaemonRun::end(daemon), 0) << host.errors();
+    EXPECT_EQ(host.errors(), "") << "nothing was ended by force";
+    EXPECT_TRUE(host.logHolds("ORB Exiting Gracefully!"));
+    EXPECT_GE(run_state(host, "last_stop"), FastClock::START);
+    EXPECT_EQ(begun(), 3);
 }
 
 TEST(DaemonLife, InterruptStopsLikeTerminate) {
