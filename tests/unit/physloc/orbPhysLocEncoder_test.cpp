@@ -68,6 +68,7 @@ void PrintTo(const EncoderUnderTest &row, std::ostream *os) {
 
 constexpr char SLOT[] = "0000:24:00.0", BOARD[] = "0000:c3:00.1", NOWHERE[] = "0000:99:00.0";
 constexpr char OTHER_RACK[] = "0000:25:00.0", BROKEN[] = "0000:26:00.0";
+constexpr char OTHER_ELEMENT[] = "0000:27:00.0";
 
 /// A world in which both kinds of place are known.
 class EncoderWorld : public LocationWorld {
@@ -75,10 +76,13 @@ public:
     explicit EncoderWorld(const EncoderUnderTest &encoderUnderTest) : under(encoderUnderTest) {
         std::string otherRack = under.slotGeoID;
         otherRack[3] = '9';
+        std::string otherElement = under.slotGeoID;
+        otherElement[6] = '9';
         boot(under.family,
              {{std::string("PCI ") + under.slotGeoID, 0, 0x24},
               {"PCI " + otherRack, 0, 0x25},
-              {"PCI none", 0, 0x26}},
+              {"PCI none", 0, 0x26},
+              {"PCI " + otherElement, 0, 0x27}},
              {{std::string("LAN ") + under.boardGeoID, 0, 0xC3, 1}});
         asked.fill(0);
         askedVersion = prepared = encoded = answer = 0;
@@ -245,6 +249,7 @@ TEST_P(Encoders, SameChassisIsSameFirstTwoElements) {
     EXPECT_EQ(encoder.checkPCIDevicesLocatedInSameChassis(SLOT, BOARD), 1);
     EXPECT_EQ(encoder.checkPCIDevicesLocatedInSameChassis(SLOT, SLOT), 1);
     EXPECT_EQ(encoder.checkPCIDevicesLocatedInSameChassis(SLOT, OTHER_RACK), 0);
+    EXPECT_EQ(encoder.checkPCIDevicesLocatedInSameChassis(SLOT, OTHER_ELEMENT), 0);
 }
 
 TEST_P(Encoders, SameChassisOfInvalidAddressesIsToldOnce) {

@@ -15,6 +15,7 @@ const TextCase TEXT_CASES[] = {
     {"CapitalDigits", "00AB:C3:1F.7", true},
     {"Empty", "", false},
     {"ElevenCharacters", "0000:24:00.", false},
+    {"ElevenThatWouldRead", "000:24:00.0", false},
     {"ThirteenThatWouldRead", "0000:24:00.00", false},
     {"TwelveWithoutFunction", "0000:24:00..", false},
     {"Word", "NotAvailable", false},

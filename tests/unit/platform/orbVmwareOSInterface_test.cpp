@@ -1,6 +1,7 @@
 #include "platform/orbVmwareOSInterface.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,14 @@ TEST_F(OsInterface, UnInitializeRemovesTheList) {
     system->UnInitialize();
     EXPECT_FALSE(root.exists(LIST));
     EXPECT_TRUE(commands.calls().empty());
+}
+
+TEST_F(OsInterface, UnInitializeLeavesWhatCannotBeOpened) {
+    root.makeDirectory("/opt/vantor/orb/data");
+    const std::string path = root.path() + LIST;
+    std::filesystem::create_symlink("nowhere", path);
+    system->UnInitialize();
+    EXPECT_TRUE(std::filesystem::is_symlink(path));
 }
 
 TEST_F(OsInterface, UnInitializeWithoutAListIsHarmless) {
