@@ -6,6 +6,10 @@
 #include "physloc/geoid_text.h"
 #include "physloc/platform_family.h"
 
+namespace {
+constexpr char NOT_AVAILABLE[] = "NotAvailable";
+}
+
 constinit regex_t orbUtils::geoIDSplitExp{};
 std::string orbUtils::geoIDSplitExpression;
 constinit std::atomic<bool> orbUtils::geoIDSplitRegexCompiled{false};
@@ -13,7 +17,7 @@ constinit std::mutex orbUtils::geoIDSplitMutex;
 
 std::string orbUtils::getGeoIDStr(const std::string &address) {
     const auto found = geoIDMap.find(address);
-    return found != geoIDMap.end() ? found->second : "NotAvailable";
+    return found != geoIDMap.end() ? found->second : NOT_AVAILABLE;
 }
 
 std::string orbUtils::getGeoIDFromDesignation(const std::string &designation) {
@@ -46,7 +50,7 @@ std::string orbUtils::findGeoID(const std::string &designation, const orbExpress
 
 std::vector<std::string> orbUtils::getGeoIDInfo(const std::string &address) {
     const std::string geoID = getGeoIDStr(address);
-    if (geoID == "NotAvailable") {
+    if (geoID == NOT_AVAILABLE) {
         ORB_LOG_DEBUG(ORB_UTILS,
                       format_text("GeoID not available for PCI address [%s].", address.c_str()));
         return {};

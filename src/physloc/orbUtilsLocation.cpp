@@ -14,8 +14,6 @@ constinit std::atomic<bool> orbUtils::smbiosVmwareInit{false};
 std::map<std::string, std::string> orbUtils::geoIDMap;
 
 namespace {
-constexpr int TYPE_SYSTEM_INFO = 1, TYPE_SYSTEM_SLOT = 9, TYPE_ONBOARD_DEVICE = 41;
-
 constinit std::mutex platformFamilyMutex;
 constinit std::atomic<bool> platformFamilyRead{false}; // set once, after the family was stored
 std::string platformFamily; // written once under platformFamilyMutex, before the flag
@@ -72,7 +70,7 @@ void orbUtils::enterGeoIDs(const Records &records, std::size_t longestGeoID,
             ORB_LOG_WARNING(ORB_UTILS, "Encountered incorrect parsing of BDF characters");
             continue;
         }
-        // The family is read here at the latest: the reader stops at the end of initGeoIDMap().
+        // The first record has the family read, as long as the SMBIOS reader runs.
         const bool isSecond =
             platform_generation(getPlatformFamily()) == PLATFORM_GENERATION_SECOND;
         geoIDMap[address] = isSecond ? geoid_behind_blank(record.designation, longestGeoID)

@@ -9,6 +9,9 @@
 /// Decoding of an SMBIOS structure table (DSP0134). Pure: no log, no lock, no descriptor. Bytes
 /// beyond a span read 0, whatever a length within the data says.
 
+/// The types of structure that are decoded.
+constexpr int TYPE_SYSTEM_INFO = 1, TYPE_SYSTEM_SLOT = 9, TYPE_ONBOARD_DEVICE = 41;
+
 /// One system slot (type 9).
 struct DmiSystemSlot {
     std::uint8_t type;

@@ -20,8 +20,6 @@ namespace {
 constexpr char SMBIOS_DEVICE[] = "/vmfs/devices/char/mem/smbios";
 constexpr std::size_t IMAGE_LIMIT = 65536;
 
-constexpr int TYPE_SYSTEM_INFO = 1, TYPE_SYSTEM_SLOT = 9, TYPE_ONBOARD_DEVICE = 41;
-
 constinit std::mutex smbiosMutex;
 constinit int smbiosInitialized = 0;                      // guarded by smbiosMutex; so below
 constinit std::unique_ptr<std::uint8_t[]> psmbiosTableEP; // the image as it was read

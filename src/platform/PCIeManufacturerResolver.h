@@ -7,9 +7,8 @@
 /// "0000:c3:00.1", vendor ids four lower-case hexadecimal digits without a prefix.
 class PCIeManufacturerResolver {
 public:
-    /// @param subVendor     the device's subsystem vendor id where the caller has it; else empty,
-    /// and
-    ///                      then it takes the id of a card in a slot from the host's device list
+    /// @param subVendor     the device's subsystem vendor id where the caller has it; if empty, it
+    ///                      takes the id of a card in a slot from the host's device list
     /// @param manufacturer  takes the name, "" where there is none; stays as it is where the
     ///                      device's place is unknown
     static void fetchManufacturer(const std::string &pciAddress, std::string &subVendor,
@@ -19,8 +18,9 @@ public:
     static void fetchManufacturerAt(int place, const std::string &pciAddress,
                                     std::string &subVendor, std::string &manufacturer);
 
-    /// By the host's device list. @param subVendor  takes the device's subsystem vendor id, ""
-    /// where the list doesn't tell
+    /// By the host's device list.
+    /// @param subVendor  takes the device's subsystem vendor id without its prefix, "" where the
+    ///                   list doesn't tell
     static void fetchManufacturerFromOS(const std::string &pciAddress, std::string &subVendor,
                                         std::string &manufacturer);
     static void fetchManufacturerFromSmbios(std::string &manufacturer); ///< the machine's maker

@@ -15,8 +15,6 @@
 constinit std::mutex platformCheck::platformCheckLock;
 
 namespace {
-constexpr int TYPE_SYSTEM_INFO = 1;
-
 // The logger may not be there yet when the first path is asked for.
 void write_syslog(int priority, const std::string &text) {
     IorbHostSyslog::get().write("orb", LOG_USER, priority, text.c_str());
