@@ -76,7 +76,7 @@ int NICPhysicalAdapter::discoverPhyAdapterInventory(PhyAdapterInventory &invento
     return 0;
 }
 
-void NICPhysicalAdapter::getFWVersion(std::string name, std::string &version) {
+void NICPhysicalAdapter::getFWVersion(const std::string &name, std::string &version) {
     constexpr char FAILURE[] = "Error occurred in identifying fw version.";
     // A name with other characters is none of a network interface and would be more than a word to
     // the shell: it has no details.
@@ -127,7 +127,7 @@ NICPhysicalAdapter::SUB_IDS NICPhysicalAdapter::subIdsOf(const std::string &pciA
 }
 
 std::pair<std::string, std::string>
-NICPhysicalAdapter::get_subvendor_subdevice(std::string pciAddress) {
+NICPhysicalAdapter::get_subvendor_subdevice(const std::string &pciAddress) {
     // What is no address would be more than a pattern to the shell. A virtual adapter has none.
     if (!is_nic_address_text(pciAddress)) return {};
     const ORB_COMMAND_OUTPUT found =
@@ -150,21 +150,22 @@ NICPhysicalAdapter::get_subvendor_subdevice(std::string pciAddress) {
     return {ids.subVendor, ids.subDevice};
 }
 
-void NICPhysicalAdapter::getNICModel(std::string subVendor, std::string subDevice,
+void NICPhysicalAdapter::getNICModel(const std::string &subVendor, const std::string &subDevice,
                                      std::string &model) {
     std::uint32_t vendor = 0, device = 0;
     if (!read_sub_id(subVendor, vendor) || !read_sub_id(subDevice, device)) return;
     if (const std::string_view found = nic_model_of(vendor, device); !found.empty()) model = found;
 }
 
-std::string NICPhysicalAdapter::getPartNumValue(std::string model) {
+std::string NICPhysicalAdapter::getPartNumValue(const std::string &model) {
     const std::string_view found = nic_part_number_of(model);
     if (found.empty())
         ORB_LOG_DEBUG(NIC_CTRL, "Unable to obtain the PartNumber of Ethernet/Infiniband instance");
     return std::string(found);
 }
 
-std::pair<std::string, std::string> NICPhysicalAdapter::getOemValues(std::string pciAddress) {
+std::pair<std::string, std::string>
+NICPhysicalAdapter::getOemValues(const std::string &pciAddress) {
     return {pci_description(pciAddress, orbUtils::getGeoIDStr(pciAddress)),
             orbPhysLocFactory::getPhysLocInterface()->getPhysLocForNetworkAdapter(pciAddress)};
 }

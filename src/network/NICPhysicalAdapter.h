@@ -22,22 +22,25 @@ public:
                                            std::vector<std::string> row);
 
     /// Asks the host for an interface's details. @param version  untouched where none is told
-    static void getFWVersion(std::string name, std::string &version);
+    static void getFWVersion(const std::string &name, std::string &version);
     /// Judges a link by its word and by whether the details name a cable type.
     /// @return 1 up, 2 unknown, 3 down, 4 failed to tell (NIC_LINK_RESULT)
     static int get_adapter_status(const char *linkStatus);
     /// Sub vendor and sub device id by the saved PCI list, with the white space around them; empty
     /// where the list doesn't tell.
-    static std::pair<std::string, std::string> get_subvendor_subdevice(std::string pciAddress);
+    static std::pair<std::string, std::string>
+    get_subvendor_subdevice(const std::string &pciAddress);
     /// @param model  untouched where the ids are none, or not in the table
-    static void getNICModel(std::string subVendor, std::string subDevice, std::string &model);
-    static std::string getPartNumValue(std::string model); ///< "" where none is known
+    static void getNICModel(const std::string &subVendor, const std::string &subDevice,
+                            std::string &model);
+    static std::string getPartNumValue(const std::string &model); ///< "" where none is known
     /// PCI description and physical location of an address.
-    static std::pair<std::string, std::string> getOemValues(std::string pciAddress);
+    static std::pair<std::string, std::string> getOemValues(const std::string &pciAddress);
 
     // -- Probes of a host with the Linux kernel's interfaces; nobody calls them yet ---------------
     static std::uint32_t getSpeedMbps(const char *name); ///< 0 while there is no link
-    static std::string getMACAddress(std::string name);  ///< as "02:00:5E:10:20:30"; "" on failure
+    static std::string
+    getMACAddress(const std::string &name); ///< as "02:00:5E:10:20:30"; "" on failure
 
     struct ETHTOOL_INFO {
         std::string firmwareVersion, state, health, busInfo; ///< all empty on failure
@@ -45,7 +48,7 @@ public:
     /// Judges the link by the interface's name in the place of its link word.
     static ETHTOOL_INFO get_ethtool_info(const char *name);
     /// Product name and serial number by `lspci`, each "" where it isn't told.
-    static std::pair<std::string, std::string> get_lspci_info(std::string pciAddress);
+    static std::pair<std::string, std::string> get_lspci_info(const std::string &pciAddress);
 
 private:
     using SUB_IDS = std::pair<std::string, std::string>;

@@ -355,8 +355,8 @@ std::int64_t NICResourceManager::refreshSeconds(std::int64_t configured) {
 // -- Events -------------------------------------------------------------------------------------
 
 void NICResourceManager::generateEvent(int id, std::string location, bool isServiceEvent,
-                                       std::string /*interfaceName*/,
-                                       PhyAdapterInventory inventory) {
+                                       const std::string & /*interfaceName*/,
+                                       const PhyAdapterInventory &inventory) {
     orbEventHandler().generateEvent(orbEvent(id, std::move(location), MODULE, isServiceEvent,
                                              orbUtils::getTime(), PART_NUMBER,
                                              getVariableData(inventory, id), "ORB"));

@@ -68,8 +68,8 @@ private:
     void compareStatusAndGenerateEvent();
     void compareLocked(const PhyAdapterInventory &current);
     bool pollLinks();
-    void generateEvent(int id, std::string location, bool isServiceEvent, std::string interfaceName,
-                       PhyAdapterInventory inventory);
+    void generateEvent(int id, std::string location, bool isServiceEvent,
+                       const std::string &interfaceName, const PhyAdapterInventory &inventory);
 
     static orbKeptLock mlock;
     static std::mutex prevInventoryLock;

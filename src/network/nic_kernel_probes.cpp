@@ -71,7 +71,7 @@ std::uint32_t NICPhysicalAdapter::getSpeedMbps(const char *name) {
     return mbps == UINT32_MAX || (mbps & 0xFFFF) == 0xFFFF ? 0 : mbps;
 }
 
-std::string NICPhysicalAdapter::getMACAddress(std::string name) {
+std::string NICPhysicalAdapter::getMACAddress(const std::string &name) {
     IorbHostDevices &devices = IorbHostDevices::get();
     const ORB_SYSCALL_RESULT opened = devices.datagramSocket();
     if (opened.rc < 0) {
@@ -125,7 +125,8 @@ NICPhysicalAdapter::ETHTOOL_INFO NICPhysicalAdapter::get_ethtool_info(const char
             field_text(driver.bus_info)};
 }
 
-std::pair<std::string, std::string> NICPhysicalAdapter::get_lspci_info(std::string pciAddress) {
+std::pair<std::string, std::string>
+NICPhysicalAdapter::get_lspci_info(const std::string &pciAddress) {
     std::string product = lspci_value(pciAddress, " | grep \"Product Name\"", "Product Name");
     return {std::move(product),
             lspci_value(pciAddress, " | grep \"Serial number\"", "Serial Number")};
