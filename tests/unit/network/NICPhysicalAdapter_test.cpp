@@ -316,6 +316,15 @@ TEST_F(NicAdapter, SubIdsAreLookedUpOnceForAnAddress) {
         looks += line == NicWorld::subIdsLine("0000:c3:00.0") ? 1 : 0;
     EXPECT_EQ(looks, 1);
 }
+TEST_F(NicAdapter, SubIdsOfWhatIsLongerThanAnyAddressAreNotKept) {
+    for (const std::size_t length : {std::size_t{64}, std::size_t{65}}) {
+        nic.address = std::string(length, 'a');
+        const std::size_t before = world.commands.calls().size();
+        (void)discover();
+        (void)discover();
+        EXPECT_EQ(world.commands.calls().size() - before, length == 64 ? 3u + 4 : 4u + 4);
+    }
+}
 TEST_F(NicAdapter, SubIdsThatWereNotFoundStayUnknown) {
     nic.subIds = "";
     EXPECT_EQ(discover().getNICModel(), "");

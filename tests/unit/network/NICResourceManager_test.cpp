@@ -77,6 +77,20 @@ TEST_F(NicManager, RebuildOf64AdaptersRunsNoMoreLinesThanItMust) {
     EXPECT_EQ(world.commands.calls().front(), NicWorld::listLine());
 }
 
+TEST_F(NicManager, RebuildOf64CardsInSlotsLooksUpTheirMakersEachTime) {
+    const std::vector<NIC_ON_HOST> cards = nics(64);
+    std::vector<LocationWorld::Place> slots;
+    for (std::uint8_t i = 0; i < 64; ++i) // slot 0 would be the board
+        slots.push_back({format_text("PCI r001u01p0i%02u", i + 1u), 1, i, 0});
+    world.boot("PLATFORM-ID-A01", slots);
+    world.setNics(cards);
+    manager.cacheBuild();
+    EXPECT_EQ(world.commands.calls().size(), 1u + 64 * 5);
+    manager.cacheBuild();
+    EXPECT_EQ(world.commands.calls().size(), 1u + 64 * 5 + 1 + 64 * 4) << "sub-ids are known";
+    EXPECT_EQ(world.objects()[63]["Manufacturer"], Json::Value("Intel Corporation"));
+}
+
 TEST_F(NicManager, FirstRebuildMakesItReady) {
     EXPECT_FALSE(manager.isInventoryReady(0));
     EXPECT_EQ(world.log.count("INFO", TAG, "NIC resource status 0"), 1);
@@ -403,6 +417,15 @@ TEST_P(NicPoll, ComparesWithTheInventory) {
 }
 INSTANTIATE_TEST_SUITE_P(Tables, NicPoll, ::testing::ValuesIn(POLL_CASES),
                          [](const auto &row) { return std::string(row.param.name); });
+
+TEST_F(NicManager, PollComparesWithEveryRecordOfTheName) {
+    std::vector<NIC_ON_HOST> twins(2);
+    twins[1].link = "Down";
+    world.setNics(twins);
+    manager.cacheBuild();
+    world.answerPollWith("\n\nvmnic0 Up\n");
+    EXPECT_TRUE(manager.checkLinkState()) << "with the second, which is down";
+}
 
 TEST_F(NicManager, PollOfAnEmptyInventory) {
     world.answerPollWith("\n\nvmnic0 Down\n");

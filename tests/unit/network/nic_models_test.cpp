@@ -92,6 +92,8 @@ const FamilyCase FAMILY_CASES[] = {
     {"HundredOnePort", "Vantor Ethernet 100Gb 1-port 900M Adapter", "VX91001-001"},
     {"HundredOnePortShort", "100Gb 1p 900M", "VX91001-001"},
     {"HundredBothCounts", "100Gb 1-port 2-port 900M", "VX91002-001"},
+    {"CountWithinALongerOne", "100Gb 12-port 900M", "VX91002-001"},
+    {"CountAnywhere", "100Gb 900M 31p", "VX91001-001"},
     {"HundredNoCount", "100Gb 900M", ""},
     {"HundredFourPorts", "100Gb 4-port 900M", ""},
     {"TwoHundredOnePort", "Vantor Ethernet 200Gb 1-port 900M Adapter", "VX92001-001"},
