@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/format_text.h"
 #include "unit/network/NicWorld.h"
 
 namespace {
@@ -324,6 +325,20 @@ TEST_F(NicAdapter, SubIdsOfWhatIsLongerThanAnyAddressAreNotKept) {
         (void)discover();
         EXPECT_EQ(world.commands.calls().size() - before, length == 64 ? 3u + 4 : 4u + 4);
     }
+}
+TEST_F(NicAdapter, SubIdsOfNoMoreThan4096AddressesAreKept) {
+    world.setNics({nic});
+    const auto discoverThe = [&](unsigned number) {
+        nic.address = format_text("%x", number);
+        world.commands.onPopen(NicWorld::subIdsLine(nic.address), "");
+        (void)discoverAsAnnounced();
+    };
+    for (unsigned number = 0; number < 4096; ++number) discoverThe(number);
+    EXPECT_EQ(world.commands.calls().size(), 4096u * 4);
+    discoverThe(4095);
+    EXPECT_EQ(world.commands.calls().size(), 4096u * 4 + 3) << "known";
+    for (int i = 0; i < 2; ++i) discoverThe(4096);
+    EXPECT_EQ(world.commands.calls().size(), 4096u * 4 + 3 + 2 * 4) << "looked up each time";
 }
 TEST_F(NicAdapter, SubIdsThatWereNotFoundStayUnknown) {
     nic.subIds = "";
