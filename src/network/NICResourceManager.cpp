@@ -1,6 +1,5 @@
 #include "network/NICResourceManager.h"
 
-#include <algorithm>
 #include <ctime>
 #include <utility>
 

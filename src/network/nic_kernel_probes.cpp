@@ -63,7 +63,7 @@ std::string lspci_value(const std::string &pciAddress, const std::string &filter
 } // namespace
 
 std::uint32_t NICPhysicalAdapter::getSpeedMbps(const char *name) {
-    if (!is_interface_name(name)) return 0;
+    if (name == nullptr || !is_interface_name(name)) return 0;
     const std::string path =
         IorbHostFiles::get().map("/sys/class/net/" + std::string(name) + "/speed");
     const std::uint32_t mbps = get_sysfs_uint(path.c_str());
@@ -100,6 +100,7 @@ std::string NICPhysicalAdapter::getMACAddress(const std::string &name) {
 }
 
 NICPhysicalAdapter::ETHTOOL_INFO NICPhysicalAdapter::get_ethtool_info(const char *name) {
+    if (name == nullptr) name = "";
     const ORB_SYSCALL_RESULT opened = driver_socket();
     if (opened.rc < 0) {
         ORB_LOG_DEBUG(NIC_CTRL, format_text("Socket call to obtain ethtool information failed : %s",

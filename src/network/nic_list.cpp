@@ -1,7 +1,5 @@
 #include "network/nic_list.h"
 
-#include <algorithm>
-
 namespace {
 constexpr std::size_t HEAD_LINES = 2;
 constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";

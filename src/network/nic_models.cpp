@@ -1,5 +1,7 @@
 #include "network/nic_models.h"
 
+#include <string>
+
 #include "tables/nic_models.h"
 #include "tables/nic_part_numbers.h"
 

@@ -47,6 +47,7 @@ TEST_F(NicProbes, SpeedByTheKernel) {
     EXPECT_EQ(speed("word\n"), 0u);
     EXPECT_EQ(NICPhysicalAdapter::getSpeedMbps("eth1"), 0u);
     EXPECT_EQ(NICPhysicalAdapter::getSpeedMbps("../net/eth0"), 0u) << "no interface's name";
+    EXPECT_EQ(NICPhysicalAdapter::getSpeedMbps(nullptr), 0u);
 }
 
 TEST_F(NicProbes, MacAddress) {
@@ -97,6 +98,12 @@ TEST_F(NicProbes, DriverInformation) {
         EXPECT_EQ(info.health, "OK");
     }
     EXPECT_EQ(devices.opened().size(), 1u) << "one socket for the life of the process";
+}
+TEST_F(NicProbes, DriverInformationWithoutAName) {
+    ScriptedHostDevices devices{{SIOCETHTOOL, {-1, ENODEV}, [](void *arg) {
+                                     EXPECT_STREQ(static_cast<ifreq *>(arg)->ifr_name, "");
+                                 }}};
+    EXPECT_EQ(NICPhysicalAdapter::get_ethtool_info(nullptr).state, "");
 }
 TEST_F(NicProbes, DriverInformationWithoutASocket) {
     ScriptedHostDevices devices{{SIOCETHTOOL, {-1, EOPNOTSUPP}}};
