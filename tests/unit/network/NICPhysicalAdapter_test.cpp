@@ -117,6 +117,8 @@ TEST_F(NicAdapter, WithoutAGeoIdThereIsNoPlace) {
     EXPECT_EQ(adapter.getPCIDescription(), "PCI 0000:81:00.0 ");
     EXPECT_EQ(adapter.getPhyLocation(), UNKNOWN);
     EXPECT_EQ(adapter.getManufacturer(), "") << "neither on board nor in a slot";
+    EXPECT_EQ(world.log.countHolding("DEBUG", "QLPL_INTF", "for network adapter"), 0)
+        << "nobody is asked where it sits";
 }
 
 TEST(NicAdapterElsewhere, SecondGenerationHasItsOwnGeoIds) {
