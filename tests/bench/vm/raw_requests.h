@@ -15,9 +15,11 @@
 constexpr std::string_view BENCH_COMMAND = "WriteInventory";
 /// What the controller must answer as the transfer's handle: a list is written before it is sent.
 constexpr std::uint16_t BENCH_HANDLE = 1;
+/// Fewer don't hold an inventory that its schema takes.
+constexpr std::size_t BENCH_FEWEST_MESSAGES = 8;
 
 /// An inventory document that fills a number of messages to the last byte.
-/// @param messages  at least 2
+/// @param messages  at least BENCH_FEWEST_MESSAGES
 std::string bench_document(std::size_t messages);
 
 /// @param document  at least 57 characters, so that its first message carries the name

@@ -10,7 +10,11 @@ struct LengthCase {
     const char *name;
     std::size_t messages;
 };
-const LengthCase LENGTH_CASES[] = {{"Two", 2}, {"Three", 3}, {"TwoThousand", 2000}};
+const LengthCase LENGTH_CASES[] = {
+    {"Fewest", BENCH_FEWEST_MESSAGES},
+    {"OneMore", BENCH_FEWEST_MESSAGES + 1},
+    {"TwoThousand", 2000},
+};
 void PrintTo(const LengthCase &row, std::ostream *os) {
     *os << row.name;
 }
