@@ -136,8 +136,9 @@ vm_copy_libraries() {
         done
 }
 
-# vm_image OUTPUT [FILE=PLACE...]: an initramfs of what the release build installs, busybox, the
-# modules and tests/vm/guest; each FILE=PLACE puts one more program or file into it.
+# vm_image OUTPUT [FILE=PLACE...]: an initramfs of what the release build installs, the lab's location
+# encoders where programs' loader looks, busybox, the modules and tests/vm/guest; each FILE=PLACE puts
+# one more program or file into it.
 vm_image() (
     set -o pipefail
     output=$1
@@ -156,6 +157,12 @@ vm_image() (
     for pair in "$@"; do
         install -D -m 755 "${pair%%=*}" "$root${pair#*=}" || exit 1
     done
+    # The location encoders are no part of the daemon: where the platform's maker would put them lie
+    # the lab's.
+    for library in libgeoenc02.so libgeoenc03.so; do
+        install -D -m 755 "$root/opt/vantor/orb/lib/lab/$library" "$root/usr/lib/$library" ||
+            exit 1
+    done
     mkdir -p "$root"/{bin,sbin,usr/bin,usr/sbin,dev,proc,sys,run,tmp,var,etc,mnt,root,scratch}
     chmod 1777 "$root/tmp"
     install -m 755 /bin/busybox "$root/bin/busybox" || exit 1
@@ -166,7 +173,7 @@ vm_image() (
     chmod 755 "$root/init" "$root/usr/sbin"/orb-*
     install -D -m 644 /usr/share/misc/pci.ids "$root/usr/share/misc/pci.ids" || exit 1
     vm_copy_modules "$root" || exit 1
-    mapfile -t programs < <(find "$root/opt" "$root/usr/local" -type f -perm /111 2>/dev/null)
+    mapfile -t programs < <(find "$root/opt" "$root/usr/local" "$root/usr/lib" -type f -perm /111 2>/dev/null)
     vm_copy_libraries "$root" "${programs[@]}" || exit 1
     (cd "$root" && find . -print0 | cpio -0 -o -H newc -R 0:0 --quiet) >"$output"
 )
