@@ -165,6 +165,20 @@ void VmMachine::end() {
     qmp.use(-1);
 }
 
+void VmMachine::setLink(bool up) {
+    Json::Value arguments;
+    arguments["name"] = "nic0";
+    arguments["up"] = up;
+    (void)monitor("set_link", arguments); // an empty object, or a failure that is thrown
+    awaitLink(up);
+}
+
+void VmMachine::awaitLink(bool up) {
+    if (!waitFor(std::string("[ \"$(cat /sys/class/net/eth0/carrier)\" = ") + (up ? "1 ]" : "0 ]"),
+                 LINK_LIMIT))
+        throw VmFailure(std::string("the adapter's link does not ") + (up ? "come" : "go"));
+}
+
 Json::Value VmMachine::monitor(const std::string &command, const Json::Value &arguments) {
     Json::Value answer;
     std::string error;

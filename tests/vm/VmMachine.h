@@ -50,7 +50,7 @@ std::string shell_word(const std::string &text);
 class VmMachine {
 public:
     using SECONDS = std::chrono::seconds;
-    static constexpr SECONDS BOOT_LIMIT{90}, COMMAND_LIMIT{20}, POWER_LIMIT{60};
+    static constexpr SECONDS BOOT_LIMIT{90}, COMMAND_LIMIT{20}, POWER_LIMIT{60}, LINK_LIMIT{30};
 
     /// @param port  of the management controller, which listens already
     VmMachine(VM_PLACES where, VM_SHAPE what, std::uint16_t port)
@@ -72,6 +72,11 @@ public:
     void reset();    ///< as the reset button does; waits until it is up again
     void powerOff(); ///< in order; waits until the emulator has ended
     void end();      ///< at once
+
+    /// Pulls the network adapter's cable or puts it in; waits until its driver has noticed.
+    void setLink(bool up);
+    /// Waits until the driver knows of a cable: it takes a while after a boot, too.
+    void awaitLink(bool up);
 
     Json::Value monitor(const std::string &command, const Json::Value &arguments = {});
 

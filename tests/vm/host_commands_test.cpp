@@ -7,7 +7,6 @@
 
 namespace {
 constexpr const char *LOCALCLI = "/opt/vantor/orb/libexec/localcli ";
-constexpr const char *ADAPTER = "nic0"; ///< of the emulator, eth0 in the machine
 
 /// A first-generation server with a slot that the kernel itself serves, and an adapter in it.
 VM_SHAPE slotted(VM_SHAPE shape) {
@@ -41,26 +40,11 @@ protected:
         EXPECT_EQ(rows.size(), 3u) << list;
         return words_of(rows.empty() ? std::string() : rows.back());
     }
-    /// Waits until the adapter's driver has taken notice: of the link at boot, too.
-    void awaitLink(bool up) {
-        ASSERT_TRUE(VmWorld::get()
-                        .machine(usualShape())
-                        .waitFor(std::string("[ \"$(cat /sys/class/net/eth0/carrier)\" = ") +
-                                     (up ? "1 ]" : "0 ]"),
-                                 VmMachine::SECONDS(30)));
-    }
-    void setLink(bool up) {
-        Json::Value arguments;
-        arguments["name"] = ADAPTER;
-        arguments["up"] = up;
-        VmWorld::get().machine(usualShape()).monitor("set_link", arguments);
-        awaitLink(up);
-    }
 };
 
 TEST_F(HostCommandsTest, NicListIsTrueToTheAdapter) {
     VmMachine &machine = usual();
-    awaitLink(true);
+    machine.awaitLink(true);
     const std::vector<std::string> words = adapterRow();
     ASSERT_GE(words.size(), 10u);
     EXPECT_EQ(words[0], "eth0");
@@ -77,7 +61,7 @@ TEST_F(HostCommandsTest, NicListIsTrueToTheAdapter) {
 
 TEST_F(HostCommandsTest, NicGetTellsWhatTheDriverTells) {
     VmMachine &machine = usual();
-    awaitLink(true);
+    machine.awaitLink(true);
     const auto blocks = field_blocks(localcli("network nic get -n eth0"), ": ");
     ASSERT_EQ(blocks.size(), 1u);
     TEXT_FIELDS fields = blocks.front();
@@ -100,12 +84,12 @@ TEST_F(HostCommandsTest, NicGetTellsWhatTheDriverTells) {
 }
 
 TEST_F(HostCommandsTest, ALinkThatGoesAndComesShows) {
-    usual();
-    awaitLink(true);
-    setLink(false);
+    VmMachine &machine = usual();
+    machine.awaitLink(true);
+    machine.setLink(false);
     std::vector<std::string> words = adapterRow();
     const std::string details = localcli("network nic get -n eth0");
-    setLink(true);
+    machine.setLink(true);
     ASSERT_GE(words.size(), 10u);
     EXPECT_EQ(words[3], "Up") << "it is switched on all the same";
     EXPECT_EQ(words[4], "Down");

@@ -2,9 +2,20 @@
 #include "VmTest.h"
 #include "core/format_text.h"
 #include "physloc/smbios_decode.h"
+#include "vendor/location_code.h"
 
 namespace {
 constexpr const char *IMAGE = "/vmfs/devices/char/mem/smbios";
+
+/// What the inventory tells of the machine's adapter where the firmware knows its place, and where
+/// it doesn't.
+struct ADAPTER_PLACE {
+    const char *geoId, *place, *manufacturer;
+};
+constexpr ADAPTER_PLACE FIRST{"r001u01p0i00", "rack 1, unit 1, partition 0, on board, port 0",
+                              "Vantor"};
+constexpr ADAPTER_PLACE SECOND{"r001i01s00", "rack 1, I/O element 1, on board, port 0", "Vantor"};
+constexpr ADAPTER_PLACE UNKNOWN{"", nullptr, ""};
 
 SMBIOS_BYTES bytes_of(const std::string &text) {
     return {text.begin(), text.end()};
@@ -26,7 +37,9 @@ protected:
         return bytes_of(machine.run("cat " + path).text);
     }
 
-    void expectFamily(const std::string &scenario, VmMachine &machine) {
+    void expectFamily(const std::string &scenario, VmMachine &machine,
+                      const ADAPTER_PLACE &adapter) {
+        machine.awaitLink(true);
         daemon->makeSure();
         machine.ask(std::string("rm -f ") + IMAGE);
         daemon->start();
@@ -51,6 +64,7 @@ protected:
                 << log;
         }
         expectPrintedInventory(machine);
+        expectAdapter(machine, adapter);
     }
 
     void expectSystem(std::span<const std::uint8_t> table, const SCENARIO_MACHINE &server) {
@@ -111,6 +125,39 @@ protected:
         EXPECT_EQ(document["HostDataCollection"]["Oem"]["HostOSInfo"]["HostName"], "orb-vm-01");
     }
 
+    /// The first inventory's word on the one adapter.
+    void expectAdapter(VmMachine &machine, const ADAPTER_PLACE &expected) {
+        ASSERT_TRUE(rmc.awaitInventories(1, FIRST_INVENTORY)) << daemon->toldSince(0);
+        const Json::Value all =
+            rmc.inventories().front().value["HostDataCollection"]["EthernetDevices"];
+        ASSERT_EQ(all.size(), 1u) << all;
+        const Json::Value &adapter = all[0];
+        const std::string address =
+            machine.ask("basename $(readlink -f /sys/class/net/eth0/device)");
+        EXPECT_EQ(adapter["Oem"]["DeviceName"], "eth0");
+        EXPECT_EQ(adapter["Oem"]["Description"], "PCI " + address + " " + expected.geoId);
+        EXPECT_EQ(adapter["Manufacturer"], expected.manufacturer);
+        EXPECT_EQ(adapter["Model"], "") << "the emulator's adapter is none of the maker's";
+        EXPECT_EQ(adapter["PartNumber"], "");
+        EXPECT_EQ(adapter["SerialNumber"], "");
+        EXPECT_EQ(adapter["MACAddress"], "52:54:00:00:02:11");
+        EXPECT_EQ(adapter["SpeedMbps"], 1000);
+        EXPECT_EQ(adapter["Status"]["State"], "Running");
+        EXPECT_EQ(adapter["Status"]["Health"], "OK");
+
+        const std::string code = adapter["Oem"]["PhysicalLocation"].asString();
+        if (expected.place == nullptr) {
+            EXPECT_EQ(code, UNKNOWN_LOCATION);
+            return;
+        }
+        PHYSICAL_LOCATION location;
+        std::string error;
+        ASSERT_TRUE(decode_location(code, location, error)) << code << " " << error;
+        EXPECT_EQ(location_kind(location), "network port on board");
+        EXPECT_EQ(location_place(location), expected.place);
+        EXPECT_EQ(location_geo_id(location), expected.geoId);
+    }
+
     VmMachine &boot(const std::string &scenario, int bits, const std::string &kernelWords = "") {
         VM_SHAPE shape = smbios_shape(scenario, bits, VmWorld::get().places().folder);
         shape.kernelWords = kernelWords;
@@ -121,22 +168,22 @@ protected:
 TEST_F(PlatformTest, FirstGenerationFrom64BitEntryPoint) {
     VmMachine &machine = usual();
     EXPECT_EQ(machine.ask("head -c 5 /sys/firmware/dmi/tables/smbios_entry_point"), "_SM3_");
-    expectFamily("first-generation", machine);
+    expectFamily("first-generation", machine, FIRST);
 }
 
 TEST_F(PlatformTest, SecondGenerationFirstIdFrom32BitEntryPoint) {
     VmMachine &machine = boot("second-generation-b01", 32);
     EXPECT_EQ(machine.ask("head -c 4 /sys/firmware/dmi/tables/smbios_entry_point"), "_SM_");
-    expectFamily("second-generation-b01", machine);
+    expectFamily("second-generation-b01", machine, SECOND);
 }
 
 TEST_F(PlatformTest, SecondGenerationSecondIdFrom64BitEntryPoint) {
-    expectFamily("second-generation-b02", boot("second-generation-b02", 64));
+    expectFamily("second-generation-b02", boot("second-generation-b02", 64), SECOND);
 }
 
 TEST_F(PlatformTest, UnknownFamilyFrom32BitEntryPointAndAnEmptyDev) {
     VmMachine &machine = boot("unknown-platform", 32, "orb.dev=bare");
-    expectFamily("unknown-platform", machine);
+    expectFamily("unknown-platform", machine, UNKNOWN);
     // Nobody but the daemon makes nodes here.
     ASSERT_TRUE(daemon->awaitLog("Return buffer from door bell: ", 0, VmDaemon::SECONDS(40)));
     EXPECT_EQ(machine.ask("stat -c %a /dev/ipmi0"), "600");
