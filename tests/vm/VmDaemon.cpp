@@ -17,7 +17,8 @@ Json::Value VmDaemon::talkative() {
     members["ORBLogLocation"] = LOG;
     members["DebugLogLocation"] = LOG;
     members["IPMIDoorBellMonitorInterval"] = 1;
-    members["InventoryQueryIntervalInSeconds"] = 1;
+    // Nine passes must last until the host's own facts are there, which takes 20 seconds.
+    members["InventoryQueryIntervalInSeconds"] = 3;
     return members;
 }
 

@@ -21,7 +21,7 @@ public:
 
     explicit VmDaemon(VmMachine &where) : machine(where) {}
 
-    /// Both logs in one file, everything told, polls each second.
+    /// Both logs in one file, everything told, the door bell asked each second.
     static Json::Value talkative();
 
     /// Starts it with a configuration: the installed one with these members replaced. Waits until

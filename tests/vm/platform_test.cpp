@@ -42,7 +42,9 @@ protected:
         machine.awaitLink(true);
         daemon->makeSure();
         machine.ask(std::string("rm -f ") + IMAGE);
-        daemon->start();
+        Json::Value members = VmDaemon::talkative();
+        members["InventoryQueryIntervalInSeconds"] = 1; // adapters are there at once
+        daemon->start(members);
         ASSERT_TRUE(daemon->awaitLog("-----Printing GEoID PCIe location map-----", 0))
             << daemon->toldSince(0);
         const SMBIOS_BYTES image = file(machine, IMAGE);
