@@ -2,7 +2,18 @@
 # The virtual machine's kernel and its image, for scripts/vmtest and whatever else boots one; sourced
 # behind common.sh, never run. Works on amd64, whose kernel package the machine boots.
 
-vm_cache=${XDG_CACHE_HOME:-$HOME/.cache}/orb/vm
+# The cache folder's own rule: a relative one counts as none. HOME may be unset, as under a service.
+case ${XDG_CACHE_HOME-} in
+    /*) vm_cache=$XDG_CACHE_HOME/orb/vm ;;
+    *) vm_cache=${HOME:-$(getent passwd "$(id -u)" | cut -d : -f 6)}/.cache/orb/vm ;;
+esac
+# Where a user's PATH has no sbin, the tools are there all the same.
+PATH=$PATH:/usr/sbin:/sbin
+# The steps below change folders.
+case ${TMPDIR:-/} in
+    /*) ;;
+    *) export TMPDIR=$PWD/$TMPDIR ;;
+esac
 
 # What the machine may load; what these need comes along.
 vm_modules=(
@@ -57,15 +68,31 @@ vm_unpack() (
     mv -T tree "$3" 2>/dev/null || [ -e "$3/boot/vmlinuz" ]
 )
 
+# vm_expire FIND-TEST...: removes what is a day old of the cache's entries.
+vm_expire() {
+    find "$vm_cache" -mindepth 1 -maxdepth 1 "$@" -mmin +1440 -exec rm -rf {} +
+}
+
+# vm_newest: sets vm_kernel_folder to the last kernel that a run used, to nothing without one.
+vm_newest() {
+    # shellcheck disable=SC2012 # the names are ours
+    vm_kernel_folder=$({ ls -td "$vm_cache"/linux-image-* 2>/dev/null || true; } | head -n 1)
+}
+
 # vm_kernel: sets vm_kernel_folder to an unpacked kernel package, with boot/vmlinuz and lib/modules:
 # the one that the package lists name, else, say without a network, the last that a run used here.
 vm_kernel() {
     local package version log="$vm_cache/fetch.$$.log"
-    [ "$(dpkg --print-architecture)" = amd64 ] || die "the virtual machine is for amd64 hosts"
-    mkdir -p "$vm_cache"
+    [ "$(dpkg --print-architecture)" = amd64 ] || die "this machine: not amd64, as its kernel is"
+    mkdir -p "$vm_cache" || die "$vm_cache: no place for the kernel"
+    # What somebody else keeps there serves as it is.
+    if [ ! -w "$vm_cache" ]; then
+        vm_newest
+        [ -n "$vm_kernel_folder" ] || die "$vm_cache: cannot be written, and holds no kernel"
+        return 0
+    fi
     # What a killed run left.
-    find "$vm_cache" -mindepth 1 -maxdepth 1 \( -name 'making.*' -o -name 'fetch.*.log' \) \
-        -mmin +1440 -exec rm -rf {} +
+    vm_expire \( -name 'making.*' -o -name 'fetch.*.log' \)
 
     for _ in 1 2; do
         package=
@@ -79,8 +106,7 @@ vm_kernel() {
             fi
             [ ! -e "$vm_kernel_folder/boot/vmlinuz" ] || break
         fi
-        # shellcheck disable=SC2012 # the names are ours
-        vm_kernel_folder=$({ ls -td "$vm_cache"/linux-image-* 2>/dev/null || true; } | head -n 1)
+        vm_newest
         [ -z "$vm_kernel_folder" ] || break
         # A fresh machine's lists are empty, an old one's name versions that are gone.
         note "fetching package lists"
@@ -90,13 +116,12 @@ vm_kernel() {
     if [ -z "$vm_kernel_folder" ]; then
         tail -n 20 "$log" >&2
         rm -f "$log"
-        die "no kernel package could be fetched"
+        die "linux-image-amd64: no kernel package could be fetched"
     fi
     rm -f "$log"
     touch "$vm_kernel_folder"
     # Kernels of former package lists, unless another run uses one right now.
-    find "$vm_cache" -mindepth 1 -maxdepth 1 -name 'linux-image-*' ! -path "$vm_kernel_folder" \
-        -mmin +1440 -exec rm -rf {} +
+    vm_expire -name 'linux-image-*' ! -path "$vm_kernel_folder"
 }
 
 # vm_copy_modules ROOT: the modules of vm_modules with all that they need, and their index.
@@ -130,8 +155,8 @@ vm_copy_libraries() {
     shift
     # ldd fails for what is no dynamic program.
     printf '%s\0' "$@" | { xargs -0 ldd 2>/dev/null || true; } |
-        awk '/=> \// { print $3 } $1 ~ /^\// && $1 !~ /:$/ { print $1 }' | sort -u |
-        while read -r library; do
+        sed -nE 's/^\t(.* => )?(\/.*) \(0x[0-9a-f]+\)$/\2/p' | sort -u |
+        while IFS= read -r library; do
             [[ $library == "$root"/* ]] || install -D -m 755 "$library" "$root$library" || exit 1
         done
 }

@@ -2,6 +2,7 @@
 """scripts/vmtest over a made-up build: its image, its last line, its exit status, what it leaves."""
 
 import os
+import pty
 import shutil
 import signal
 import subprocess
@@ -29,7 +30,10 @@ class VmtestScript(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.top = Path(folder.name)
-        for name in ("scripts", "bin", "temporary", "build/release/tests/vm"):
+        # Names that a shell would take apart.
+        self.temporary = self.top / "temporary, and *"
+        self.temporary.mkdir()
+        for name in ("scripts", "bin", "build/release/tests/vm", "build/release/lab"):
             (self.top / name).mkdir(parents=True)
         for name in ("vmtest", "common.sh", "vm_image.sh"):
             shutil.copy(TOP / "scripts" / name, self.top / "scripts" / name)
@@ -61,19 +65,21 @@ class VmtestScript(unittest.TestCase):
     def cases(self, text):
         self.program("build/release/tests/vm/vm_test", "#!/bin/bash\n" + text)
 
-    def start(self, *options, **more):
+    def start(self, *options, streams=None, **more):
+        """more: of the environment; None takes a variable out"""
+        environment = {**os.environ, "PATH": f"{self.top}/bin:{os.environ['PATH']}",
+                       "XDG_CACHE_HOME": str(self.top / "cache"),
+                       "TMPDIR": str(self.temporary), **more}
         return subprocess.Popen(
-            [self.top / "scripts/vmtest", *options], stdout=subprocess.PIPE,
-            stderr=subprocess.PIPE, text=True,
-            env={**os.environ, "PATH": f"{self.top}/bin:{os.environ['PATH']}",
-                 "XDG_CACHE_HOME": str(self.top / "cache"),
-                 "TMPDIR": str(self.top / "temporary"), **more})
+            [self.top / "scripts/vmtest", *options], cwd=self.top, text=True,
+            **(streams or {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE}),
+            env={name: value for name, value in environment.items() if value is not None})
 
     def expect(self, run, last_line, status):
         output, errors = run.communicate(timeout=60)
         self.assertEqual(output.splitlines()[-1], last_line, output + errors)
         self.assertEqual(run.returncode, status)
-        self.assertEqual(list((self.top / "temporary").iterdir()), [], "files are left")
+        self.assertEqual(list(self.temporary.iterdir()), [], "files are left")
         return output, errors
 
     def test_all_well(self):
@@ -92,7 +98,9 @@ class VmtestScript(unittest.TestCase):
 
     def test_no_case_at_all_is_a_failure(self):
         self.cases("")
-        self.expect(self.start("--filter", "No.Such"), "0 passed, 1 failed", 1)
+        self.expect(self.start(), "0 passed, 1 failed", 1)
+        _, errors = self.expect(self.start("--filter", "No.Such"), "0 passed, 1 failed", 1)
+        self.assertEqual(errors, "vmtest: --filter: No.Such: no case has such a name\n")
 
     def test_a_failed_installation_is_a_failure(self):
         self.cases("echo 'ok        1.0 s  A.One'\n")
@@ -106,9 +114,33 @@ class VmtestScript(unittest.TestCase):
         _, errors = self.expect(self.start(), "0 passed, 1 failed", 1)
         self.assertIn("no kernel package could be fetched", errors)
 
+    def test_cache_without_a_home_is_that_of_the_user(self):
+        self.cases("echo 'ok        1.0 s  A.One'\n")
+        self.program("bin/getent", f"#!/bin/sh\necho 'user:x:9:9::{self.top}/home:/bin/sh'\n")
+        (self.top / "home").mkdir()
+        (self.top / "cache").rename(self.top / "home/.cache")
+        for cache in (None, "not/absolute"):
+            self.expect(self.start(HOME=None, XDG_CACHE_HOME=cache), "1 passed, 0 failed", 0)
+
+    def test_cache_that_cannot_be_made_is_a_failure(self):
+        self.cases("echo 'ok        1.0 s  A.One'\n")
+        (self.top / "file").touch()
+        _, errors = self.expect(self.start(XDG_CACHE_HOME=str(self.top / "file")),
+                                "0 passed, 1 failed", 1)
+        self.assertIn(f"vmtest: {self.top}/file/orb/vm: no place for the kernel\n", errors)
+
+    def test_temporary_folder_may_be_relative(self):
+        self.cases("echo 'ok        1.0 s  A.One'\n")
+        self.expect(self.start(TMPDIR=self.temporary.name), "1 passed, 0 failed", 0)
+        self.assertEqual(list((self.top / "cache").rglob("orb-image.*")), [], "made elsewhere")
+
     def test_image_holds_installation_guest_and_needed_modules(self):
         self.cases("while [ $# -gt 0 ]; do [ $1 = --image ] && image=$2; shift; done\n"
-                   "cpio -it --quiet <$image >$LISTED\necho 'ok        1.0 s  A.One'\n")
+                   "cpio -it --quiet <\"$image\" >$LISTED\necho 'ok        1.0 s  A.One'\n")
+        # Beside what the host has, a library that the installation brings.
+        self.program("bin/ldd", "#!/bin/sh\n"
+                     "printf '\\tlibown.so => %s/../lib/libown.so (0x00007f)\\n' \"${1%/*}\"\n"
+                     "exec /usr/bin/ldd \"$@\"\n")
         listed = self.top / "listed"
         self.expect(self.start(LISTED=str(listed)), "1 passed, 0 failed", 0)
         names = set(listed.read_text(encoding="utf-8").splitlines())
@@ -136,7 +168,8 @@ class VmtestScript(unittest.TestCase):
 
     def test_usage_errors(self):
         self.cases("")
-        for options in (["--quack"], ["--filter"]):
+        for options in (["--quack"], ["--filter"], ["--filter", ""], ["--list", "--shell"],
+                        ["--shell", "--filter", "A.One"]):
             run = self.start(*options)
             _, errors = run.communicate(timeout=60)
             self.assertEqual(run.returncode, 2, errors)
@@ -146,7 +179,30 @@ class VmtestScript(unittest.TestCase):
         run = self.start("--shell")
         _, errors = run.communicate(timeout=60)
         self.assertEqual(run.returncode, 1)
-        self.assertIn("--shell: needs a terminal", errors)
+        self.assertEqual(errors, "vmtest: --shell: needs a terminal\n")
+
+    def test_an_end_from_outside_ends_the_machine_of_a_shell(self):
+        self.program("bin/machine", "#!/bin/bash\necho $$ >$PID_FILE\nexec sleep 60\n")
+        self.cases("printf 'machine\\0'\n")
+        self.program("build/release/lab/orblab",
+                     "#!/bin/bash\necho controller at 127.0.0.1:1\nexec sleep 60\n")
+        for number in (signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(number):
+                pid_file = self.top / "pid"
+                pid_file.unlink(missing_ok=True)
+                ours, theirs = pty.openpty()
+                run = self.start("--shell", PID_FILE=str(pid_file),
+                                 streams={name: theirs for name in ("stdin", "stdout", "stderr")})
+                os.close(theirs)
+                while not (pid_file.exists() and pid_file.read_text(encoding="utf-8")):
+                    self.assertIsNone(run.poll())
+                    time.sleep(0.02)
+                run.send_signal(number)
+                self.assertEqual(run.wait(timeout=20), 1)
+                os.close(ours)
+                self.assertEqual(list(self.temporary.iterdir()), [], "files are left")
+                with self.assertRaises(ProcessLookupError):
+                    os.kill(int(pid_file.read_text(encoding="utf-8")), 0)
 
 
 if __name__ == "__main__":
