@@ -47,6 +47,12 @@ struct SOCKET_PAIR {
 };
 } // namespace
 
+std::string option_value(const std::string &text) {
+    std::string all;
+    for (const char c : text) all += c == ',' ? std::string(",,") : std::string(1, c);
+    return all;
+}
+
 std::vector<std::string> machine_command(const VM_PLACES &places, const VM_SHAPE &shape,
                                          const VM_CHANNELS &channels, const std::string &disk) {
     std::string words = "console=ttyS0 quiet";
@@ -63,7 +69,7 @@ std::vector<std::string> machine_command(const VM_PLACES &places, const VM_SHAPE
             ",reconnect=1",
         "-device", "ipmi-bmc-extern,id=bmc0,chardev=bmcline", "-device",
         "isa-ipmi-kcs,bmc=bmc0,irq=5", "-drive",
-        "if=none,id=var,format=raw,cache=unsafe,file=" + disk, "-device",
+        "if=none,id=var,format=raw,cache=unsafe,file=" + option_value(disk), "-device",
         "virtio-blk-pci,drive=var",
         // A network adapter whose cable ends in a hub that leads nowhere.
         "-netdev", "hubport,id=net0,hubid=0", "-device",
@@ -73,7 +79,7 @@ std::vector<std::string> machine_command(const VM_PLACES &places, const VM_SHAPE
         add({"-chardev", "stdio,id=console,mux=on,signal=off", "-mon",
              "chardev=console,mode=readline"});
     else
-        add({"-chardev", "file,id=console,append=on,path=" + channels.console});
+        add({"-chardev", "file,id=console,append=on,path=" + option_value(channels.console)});
     add({"-serial", "chardev:console"});
     if (channels.agent >= 0)
         add({"-chardev", "socket,id=agent,fd=" + std::to_string(channels.agent), "-device",

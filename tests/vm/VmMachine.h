@@ -37,6 +37,9 @@ struct VM_CHANNELS {
     std::string console;          ///< file; empty: this terminal, with the emulator's own keys
 };
 
+/// A text as the value of an emulator's option, where a comma ends it.
+std::string option_value(const std::string &text);
+
 /// The emulator's command line.
 std::vector<std::string> machine_command(const VM_PLACES &places, const VM_SHAPE &shape,
                                          const VM_CHANNELS &channels, const std::string &disk);

@@ -27,8 +27,9 @@ constexpr int CANNOT_EXECUTE = 127;
     for (const int fd : kept)
         if (::fcntl(fd, F_SETFD, 0) < 0) ::_exit(CANNOT_EXECUTE);
     ::execvp(arguments[0], arguments);
-    static constexpr char WHY[] = "cannot be executed\n";
+    static constexpr char WHY[] = ": cannot be executed\n";
     // Nobody is left to hear of a failed write.
+    (void)!::write(STDERR_FILENO, arguments[0], std::strlen(arguments[0]));
     (void)!::write(STDERR_FILENO, WHY, sizeof WHY - 1);
     ::_exit(CANNOT_EXECUTE);
 }

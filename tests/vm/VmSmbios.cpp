@@ -13,13 +13,6 @@ constexpr std::size_t HEADER_BYTES = 4;
 /// As the emulator names the kinds of on-board devices.
 constexpr const char *KINDS[] = {"other",     "other", "unknown", "video", "scsi", "ethernet",
                                  "tokenring", "sound", "pata",    "sata",  "sas"};
-
-/// A value within an argument, where a comma ends it.
-std::string value(const std::string &text) {
-    std::string all;
-    for (const char c : text) all += c == ',' ? std::string(",,") : std::string(1, c);
-    return all;
-}
 } // namespace
 
 SCENARIO_MACHINE smbios_machine(const std::string &scenario) {
@@ -63,15 +56,16 @@ VM_SHAPE smbios_shape(const std::string &scenario, int bits, const std::string &
     VM_SHAPE shape;
     shape.name = scenario;
     shape.machineOptions = "smbios-entry-point-type=" + std::to_string(bits);
-    shape.devices = {"-smbios",
-                     "type=1,manufacturer=" + value(server.manufacturer) +
-                         ",product=" + value(server.product) + ",version=" + value(server.version) +
-                         ",serial=" + value(server.serial) + ",uuid=" + value(server.uuid) +
-                         ",sku=" + value(server.sku) + ",family=" + value(server.family)};
+    shape.devices = {"-smbios", "type=1,manufacturer=" + option_value(server.manufacturer) +
+                                    ",product=" + option_value(server.product) +
+                                    ",version=" + option_value(server.version) +
+                                    ",serial=" + option_value(server.serial) + ",uuid=" +
+                                    option_value(server.uuid) + ",sku=" + option_value(server.sku) +
+                                    ",family=" + option_value(server.family)};
     if (!server.onboard.empty()) {
         const SCENARIO_DEVICE &device = server.onboard.front();
         shape.devices.insert(shape.devices.end(),
-                             {"-smbios", "type=41,designation=" + value(device.designation) +
+                             {"-smbios", "type=41,designation=" + option_value(device.designation) +
                                              ",kind=" + KINDS[device.type % std::size(KINDS)] +
                                              ",instance=" + std::to_string(device.instance) +
                                              ",pcidev=nic0"});
@@ -84,7 +78,7 @@ VM_SHAPE smbios_shape(const std::string &scenario, int bits, const std::string &
         out.write(reinterpret_cast<const char *>(slot.data()),
                   static_cast<std::streamsize>(slot.size()));
         if (!out.flush()) throw VmFailure(file + ": cannot be written");
-        shape.devices.insert(shape.devices.end(), {"-smbios", "file=" + value(file)});
+        shape.devices.insert(shape.devices.end(), {"-smbios", "file=" + option_value(file)});
     }
     return shape;
 }
