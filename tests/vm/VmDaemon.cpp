@@ -7,7 +7,8 @@
 #include "core/json_text.h"
 
 namespace {
-constexpr const char *STATUS_FILE = "/run/orbd.status", *STARTED_WITH = "/run/orbd.members";
+constexpr const char *STATUS_FILE = "/run/orbd.status", *STARTED_WITH = "/run/orbd.members",
+                     *INSTALLED = "/run/orb.conf.installed";
 } // namespace
 
 Json::Value VmDaemon::talkative() {
@@ -17,12 +18,21 @@ Json::Value VmDaemon::talkative() {
     members["ORBLogLocation"] = LOG;
     members["DebugLogLocation"] = LOG;
     members["IPMIDoorBellMonitorInterval"] = 1;
-    // Nine passes must last until the host's own facts are there, which takes 20 seconds.
+    // Nine passes must last until the boot report is through and the host's own facts are there,
+    // which takes 20 seconds: behind the ninth comes the first send, of whatever there is, and it
+    // opens the gate for all events.
     members["InventoryQueryIntervalInSeconds"] = 3;
     return members;
 }
 
+void VmDaemon::configureAsInstalled() {
+    const std::string copy = shell_word(INSTALLED);
+    machine.ask("[ -e " + copy + " ] || cp " + CONFIG + " " + copy);
+    machine.ask("cp " + copy + " " + CONFIG);
+}
+
 void VmDaemon::start(const Json::Value &members) {
+    configureAsInstalled();
     Json::Value config;
     std::string why;
     if (!parse_json(machine.ask(std::string("cat ") + CONFIG), config, &why))
@@ -108,5 +118,11 @@ bool VmDaemon::awaitLog(const std::string &text, std::size_t mark, SECONDS limit
                         const std::string &log) {
     return machine.waitFor("tail -c +" + std::to_string(mark + 1) + " " + shell_word(log) +
                                " | grep -qF -- " + shell_word(text),
+                           limit);
+}
+
+bool VmDaemon::awaitPolls(unsigned count, std::size_t mark, SECONDS limit) {
+    return machine.waitFor("[ $(tail -c +" + std::to_string(mark + 1) + " " + LOG +
+                               " | grep -c 'from door bell') -ge " + std::to_string(count) + " ]",
                            limit);
 }

@@ -24,6 +24,8 @@ public:
     /// Both logs in one file, everything told, the door bell asked each second.
     static Json::Value talkative();
 
+    void configureAsInstalled(); ///< every member back to what the installation says
+
     /// Starts it with a configuration: the installed one with these members replaced. Waits until
     /// it holds its pid file.
     void start(const Json::Value &members = talkative());
@@ -48,6 +50,10 @@ public:
     /// Waits for a text behind a mark. @return false: time is over
     bool awaitLog(const std::string &text, std::size_t mark, SECONDS limit = LOG_LIMIT,
                   const std::string &log = LOG);
+
+    /// Waits until that many door bell polls had an answer behind a mark. @return false: time is
+    /// over
+    bool awaitPolls(unsigned count, std::size_t mark, SECONDS limit = LOG_LIMIT);
 
 private:
     VmMachine &machine;

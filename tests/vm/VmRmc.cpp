@@ -24,6 +24,11 @@ void VmRmc::ring() {
     link.use([](Rmc &each) { each.wire().ringDoorBell(); });
 }
 
+bool VmRmc::awaitPoll(SECONDS limit) {
+    ring();
+    return link.waitFor(limit, [](Rmc &each) { return !each.wire().isDoorBellRung(); });
+}
+
 void VmRmc::behave(const RMC_BEHAVIOUR &behaviour) {
     link.use([&](Rmc &each) { each.behave(behaviour); });
 }

@@ -21,6 +21,8 @@ public:
     BmcServer &server() { return link; }
 
     void ring(); ///< the door bell
+    /// Rings the door bell and waits until it is read. @return false: time is over
+    bool awaitPoll(SECONDS limit);
     void behave(const RMC_BEHAVIOUR &behaviour);
     /// Rings the door bell and changes its behaviour behind the first message of what comes.
     /// @return false: no transfer began in time

@@ -29,6 +29,8 @@ protected:
         freshInventory();
         EXPECT_EQ(rmc.order(), (std::vector<std::string>{first, "356", "inventory", "inventory"}));
         EXPECT_TRUE(daemon->awaitLog(logged, 0));
+        // An attempt to send, even one of nothing, would have let any event through.
+        EXPECT_FALSE(daemon->logHolds("No inventory information found!"));
         for (const RMC_DOCUMENT &event : rmc.events()) {
             EXPECT_EQ(event.value["HostName"], "orb-vm-01");
             EXPECT_EQ(event.value["OSVersion"], "12.4.2");
