@@ -79,10 +79,10 @@ vm_newest() {
     vm_kernel_folder=$({ ls -td "$vm_cache"/linux-image-* 2>/dev/null || true; } | head -n 1)
 }
 
-# vm_kernel: sets vm_kernel_folder to an unpacked kernel package, with boot/vmlinuz and lib/modules:
+# vm_kernel LOG: sets vm_kernel_folder to an unpacked kernel package, with boot/vmlinuz and lib/modules:
 # the one that the package lists name, else, say without a network, the last that a run used here.
 vm_kernel() {
-    local package version log="$vm_cache/fetch.$$.log"
+    local package version log=$1
     [ "$(dpkg --print-architecture)" = amd64 ] || die "this machine: not amd64, as its kernel is"
     mkdir -p "$vm_cache" || die "$vm_cache: no place for the kernel"
     # What somebody else keeps there serves as it is.
@@ -92,7 +92,7 @@ vm_kernel() {
         return 0
     fi
     # What a killed run left.
-    vm_expire \( -name 'making.*' -o -name 'fetch.*.log' \)
+    vm_expire -name 'making.*'
 
     for _ in 1 2; do
         package=
@@ -101,7 +101,8 @@ vm_kernel() {
             vm_kernel_folder="$vm_cache/${package}_${version//:/%3a}"
             if [ ! -e "$vm_kernel_folder/boot/vmlinuz" ]; then
                 note "fetching $package"
-                vm_unpack "$package" "$version" "$vm_kernel_folder" >"$log" 2>&1 || true
+                # In a shell of its own, so that a signal's trap here still has this one's output.
+                (vm_unpack "$package" "$version" "$vm_kernel_folder" >"$log" 2>&1) || true
                 note_done
             fi
             [ ! -e "$vm_kernel_folder/boot/vmlinuz" ] || break
@@ -110,15 +111,13 @@ vm_kernel() {
         [ -z "$vm_kernel_folder" ] || break
         # A fresh machine's lists are empty, an old one's name versions that are gone.
         note "fetching package lists"
-        vm_update >>"$log" 2>&1 || true
+        (vm_update >>"$log" 2>&1) || true
         note_done
     done
     if [ -z "$vm_kernel_folder" ]; then
         tail -n 20 "$log" >&2
-        rm -f "$log"
         die "linux-image-amd64: no kernel package could be fetched"
     fi
-    rm -f "$log"
     touch "$vm_kernel_folder"
     # Kernels of former package lists, unless another run uses one right now.
     vm_expire -name 'linux-image-*' ! -path "$vm_kernel_folder"

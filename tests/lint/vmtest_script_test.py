@@ -166,6 +166,25 @@ class VmtestScript(unittest.TestCase):
                 with self.assertRaises(ProcessLookupError):
                     os.kill(int(pid_file.read_text(encoding="utf-8")), 0)
 
+    def test_an_end_while_the_kernel_is_fetched_fails(self):
+        self.cases("")
+        shutil.rmtree(self.top / "cache" / KERNEL)
+        self.program("bin/apt-cache", "#!/bin/sh\n"
+                     "case $1 in\n"
+                     "depends) echo '  Depends: linux-image-9' ;;\n"
+                     "policy) echo '  Candidate: 1' ;;\n"
+                     "esac\n")
+        fetching = self.top / "fetching"
+        self.program("bin/apt-get", "#!/bin/sh\n: >$FETCHING\nexec sleep 60\n")
+        run = self.start(FETCHING=str(fetching), streams={
+            "stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "start_new_session": True})
+        while not fetching.exists():
+            self.assertIsNone(run.poll())
+            time.sleep(0.02)
+        os.killpg(run.pid, signal.SIGINT)  # as a terminal does
+        self.expect(run, "0 passed, 1 failed", 1)
+        self.assertEqual(list((self.top / "cache/orb/vm").iterdir()), [], "files are left")
+
     def test_usage_errors(self):
         self.cases("")
         for options in (["--quack"], ["--filter"], ["--filter", ""], ["--list", "--shell"],
