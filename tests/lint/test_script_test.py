@@ -22,6 +22,16 @@ esac
 printf '</testsuite>' >>"$file"
 exit ${status-0}
 """
+# One case that passed, and one that failed or a sudden end where CASE_FAILS_IN says so.
+VMTEST = """#!/bin/sh
+echo 'ok        1.0 s  VmTest.Good'
+case $CASE_FAILS_IN in
+vm) printf 'FAILED    1.0 s  VmTest.Bad\\n1 passed, 1 failed\\n'; exit 1 ;;
+vm-dies) kill -KILL $$ ;;
+vm-empty) echo '0 passed, 0 failed' ;;
+*) echo '1 passed, 0 failed' ;;
+esac
+"""
 NINJA = """#!/bin/sh
 case $* in *"$BUILD_FAILS_IN"*) exit 1 ;; esac
 """
@@ -39,6 +49,7 @@ class TestScript(unittest.TestCase):
         (self.top / "tests/lint").mkdir(parents=True)
         shutil.copy(TOP / "tests/lint/junit_cases.py", self.top / "tests/lint")
         self.program("scripts/bootstrap", "#!/bin/sh\n")
+        self.program("scripts/vmtest", VMTEST)
         self.program("bin/cmake", "#!/bin/sh\n")
         self.program("bin/ninja", NINJA)
         self.program("bin/ctest", CTEST)
@@ -59,21 +70,32 @@ class TestScript(unittest.TestCase):
         self.assertEqual(run.returncode, status)
 
     def test_all_well(self):
-        self.expect(self.run_tests(), "5 passed, 0 failed", 0)
+        self.expect(self.run_tests(), "6 passed, 0 failed", 0)
 
-    def test_quick_leaves_the_instrumented_builds_out(self):
+    def test_quick_leaves_the_instrumented_builds_and_the_virtual_machine_out(self):
         self.expect(self.run_tests("asan", "asan", "--quick"), "2 passed, 0 failed", 0)
+        self.expect(self.run_tests("vm", "none", "--quick"), "2 passed, 0 failed", 0)
+
+    def test_cases_in_the_virtual_machine_count(self):
+        run = self.run_tests("vm")
+        self.expect(run, "6 passed, 1 failed", 1)
+        self.assertIn("virtual machine: VmTest.Bad\n", run.stdout)
+        for end in ("vm-dies", "vm-empty"):
+            with self.subTest(end):
+                run = self.run_tests(end)
+                self.expect(run, "5 passed, 1 failed", 1)
+                self.assertIn("virtual machine: it ended with status", run.stdout)
 
     def test_one_failed_case_fails_the_run_and_is_named(self):
         for part in ("tests", "asan", "tsan", "fuzz"):
             with self.subTest(part):
                 run = self.run_tests(part)
-                self.expect(run, "5 passed, 1 failed", 1)
+                self.expect(run, "6 passed, 1 failed", 1)
                 self.assertIn(f"{part}: bad", run.stdout)
 
     def test_a_failed_build_fails_the_run(self):
         run = self.run_tests("none", "build/tsan")
-        self.expect(run, "4 passed, 1 failed", 1)
+        self.expect(run, "5 passed, 1 failed", 1)
         self.assertIn("tsan build", run.stdout)
 
     def test_an_unknown_option_is_refused(self):
