@@ -19,8 +19,9 @@ TEST_F(BackgroundTest, ServesAsInstalledWithoutAServiceManager) {
     EXPECT_EQ(machine.ask("readlink /proc/" + pid + "/exe"), "/opt/vantor/orb/bin/orbd");
     EXPECT_EQ(machine.ask("awk '/^PPid/ { print $2 }' /proc/" + pid + "/status"), "1");
     EXPECT_TRUE(rmc.awaitPoll(FIRST_POLL)) << "no thread asks the RMC";
-    EXPECT_EQ(daemon->since(mark, VmDaemon::SYSLOG).find(" orb: "), std::string::npos)
-        << daemon->since(mark, VmDaemon::SYSLOG);
+    const std::string log = daemon->since(mark, VmDaemon::SYSLOG);
+    EXPECT_EQ(log.find(" orb: [DEBUG]"), std::string::npos) << log;
+    EXPECT_EQ(log.find(" orb: [INFO]"), std::string::npos) << log;
 
     machine.ask("kill -KILL " + pid);
     EXPECT_TRUE(machine.waitFor("! kill -0 " + pid, VmDaemon::START_LIMIT));

@@ -75,7 +75,6 @@ TEST_F(LogTest, HangUpPutsAFullLogAside) {
     machine.ask(std::string("rm -rf ") + BACKUPS);
     Json::Value members = VmDaemon::talkative();
     members["DebugLogLocation"] = DEBUG_LOG;
-    members["InventoryQueryIntervalInSeconds"] = 1;
     members["EnableResources"].append("HostOSInfo"); // the only one to tell of its readiness
     daemon->start(members);
     ASSERT_TRUE(daemon->awaitLog(EARLY_INFO, 0));
