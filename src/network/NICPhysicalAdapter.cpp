@@ -8,6 +8,7 @@
 #include "network/nic_list.h"
 #include "network/nic_models.h"
 #include "physloc/orbPhysLocFactory.h"
+#include "physloc/pci_address.h"
 #include "platform/PCIeManufacturerResolver.h"
 #include "platform/hardware_list.h"
 
@@ -129,7 +130,7 @@ NICPhysicalAdapter::SUB_IDS NICPhysicalAdapter::subIdsOf(const std::string &pciA
 std::pair<std::string, std::string>
 NICPhysicalAdapter::get_subvendor_subdevice(const std::string &pciAddress) {
     // What is no address would be more than a pattern to the shell. A virtual adapter has none.
-    if (!is_nic_address_text(pciAddress)) return {};
+    if (!is_safe_address_word(pciAddress)) return {};
     const ORB_COMMAND_OUTPUT found =
         read_command("cat " + shell_path(HARDWARE_LIST) + " | awk '/" + pciAddress +
                          "/,/^$/' | grep -e SubVendor -e SubDevice",

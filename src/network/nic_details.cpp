@@ -17,10 +17,6 @@ bool is_letter(char c) {
 bool is_digit(char c) {
     return c >= '0' && c <= '9';
 }
-bool is_hexadecimal(char c) {
-    return is_digit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
-
 bool same_word(std::string_view text, std::string_view word) {
     return text.size() == word.size() && ::strncasecmp(text.data(), word.data(), word.size()) == 0;
 }
@@ -46,12 +42,6 @@ LINK_WORDS words_for(int linkResult) {
 bool is_interface_name(std::string_view text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
         return is_letter(c) || is_digit(c) || c == '.' || c == '_' || c == ':' || c == '-';
-    });
-}
-
-bool is_nic_address_text(std::string_view text) {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
-        return is_hexadecimal(c) || c == ':' || c == '.';
     });
 }
 

@@ -9,8 +9,6 @@
 /// Whether a text may become part of a shell line as an interface's name: letters, digits and
 /// "._:-" only, at least one.
 bool is_interface_name(std::string_view text);
-/// The same for a PCI address: hexadecimal digits, ":" and "." only, at least one.
-bool is_nic_address_text(std::string_view text);
 
 /// The value in "label: value": what stands from two places behind the first ":" on.
 /// @param value  written on true only; "" where the text ends before

@@ -16,6 +16,7 @@
 #include "hostaccess/orbHostFiles.h"
 #include "network/nic_commands.h"
 #include "network/nic_details.h"
+#include "physloc/pci_address.h"
 
 namespace {
 constexpr std::size_t LSPCI_PIECE_BYTES = 39;
@@ -46,7 +47,7 @@ ORB_SYSCALL_RESULT driver_socket() {
 std::string lspci_value(const std::string &pciAddress, const std::string &filter,
                         const char *what) {
     std::string value;
-    if (is_nic_address_text(pciAddress)) {
+    if (is_safe_address_word(pciAddress)) {
         const ORB_COMMAND_OUTPUT found =
             read_command("lspci -D -vv -s " + pciAddress + filter, LSPCI_PIECE_BYTES);
         if (!found.started) {

@@ -19,3 +19,8 @@ bool is_pci_address_text(const std::string &text) {
     // NOLINTNEXTLINE(cert-err34-c): how many fields there are counts, and none can overflow
     return std::sscanf(text.c_str(), "%04x:%02x:%02x.%x", &domain, &bus, &device, &function) == 4;
 }
+
+bool is_safe_address_word(std::string_view text) {
+    return !text.empty() &&
+           text.find_first_not_of("0123456789abcdefABCDEF:.") == std::string_view::npos;
+}

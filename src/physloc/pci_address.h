@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 /// PCI addresses as text, "0000:c3:00.1". Pure; any thread.
 
@@ -12,3 +13,7 @@ std::string pci_address_text(std::uint16_t segment, std::uint8_t bus, std::uint8
 /// Whether a text has exactly twelve characters that "%04x:%02x:%02x.%x" reads in four fields.
 /// Fields may be shorter than usual, and what stands behind the last one isn't looked at.
 bool is_pci_address_text(const std::string &text);
+
+/// Whether a text has only the characters of addresses, and any: then it can stand in the pattern
+/// of a shell line, though it may be no address.
+bool is_safe_address_word(std::string_view text);

@@ -8,6 +8,7 @@
 #include "hostaccess/orbHostCommands.h"
 #include "hostaccess/orbHostFiles.h"
 #include "physloc/orbPhysLocFactory.h"
+#include "physloc/pci_address.h"
 #include "platform/hardware_list.h"
 #include "platform/orbPCIVendorsMap.h"
 #include "platform/platformCheck.h"
@@ -15,11 +16,6 @@
 namespace {
 constexpr int ON_BOARD = 2, IN_SLOT = 3; // answers of checkIfPCICardIsOnBoard()
 constexpr std::size_t LINE_BYTES = 512;  // of a look at the list, with the NUL
-
-/// Whether a text can stand in a shell line's pattern: addresses come from a command's output.
-bool is_address(const std::string &text) {
-    return !text.empty() && text.find_first_not_of("0123456789abcdefABCDEF:.") == std::string::npos;
-}
 
 /// Name by exact id: digits in capitals find nothing.
 std::string vendor_name(const std::string &id) {
@@ -75,7 +71,8 @@ void PCIeManufacturerResolver::fetchManufacturerFromSmbios(std::string &manufact
 
 void PCIeManufacturerResolver::getSubvendorID(const std::string &pciAddress,
                                               std::string &subVendor) {
-    if (!is_address(pciAddress)) return;
+    // Addresses come from the output of a command.
+    if (!is_safe_address_word(pciAddress)) return;
     IorbHostCommands &commands = IorbHostCommands::get();
     int err = 0;
     std::FILE *const stream =

@@ -19,14 +19,6 @@ TEST(ShellWords, NamesOfInterfaces) {
     EXPECT_FALSE(is_interface_name(std::string("vmnic0\0", 7)));
 }
 
-TEST(ShellWords, PciAddresses) {
-    for (const char *good : {"0000:c3:00.0", "0000:002:00.0", "FFFF:AB:1f.7", "0"})
-        EXPECT_TRUE(is_nic_address_text(good)) << good;
-    for (const char *bad : {"", "Pseudo", "0000:c3:00.0/,/x/", "0000:g3:00.0", "0000:c3:00.0 ",
-                            "0000:c3:00-0", "0000'c3"})
-        EXPECT_FALSE(is_nic_address_text(bad)) << bad;
-}
-
 // -- Labelled values ----------------------------------------------------------------------------
 
 struct VersionCase {

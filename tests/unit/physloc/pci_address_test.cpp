@@ -45,4 +45,12 @@ TEST(PciAddress, IsFormedFromItsParts) {
     EXPECT_EQ(pci_address_text(0xABCD, 0xFF, 0xFF), "abcd:ff:1f.7");
     EXPECT_EQ(pci_address_text(1, 2, 0x0B), "0001:02:01.3");
 }
+
+TEST(SafeAddressWord, HoldsCharactersOfAddressesAlone) {
+    for (const char *good : {"0000:c3:00.0", "0000:002:00.0", "FFFF:AB:1f.7", "0"})
+        EXPECT_TRUE(is_safe_address_word(good)) << good;
+    for (const char *bad : {"", "Pseudo", "0000:c3:00.0/,/x/", "0000:g3:00.0", "0000:c3:00.0 ",
+                            "0000:c3:00-0", "0000'c3"})
+        EXPECT_FALSE(is_safe_address_word(bad)) << bad;
+}
 } // namespace
