@@ -1,43 +1,17 @@
 #include <atomic>
 #include <cerrno>
-#include <condition_variable>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "support/Barrier.h"
 #include "unit/host/HostWorld.h"
 
 namespace {
 constexpr char TAG[] = "HOST_RM";
 constexpr char BUSY[] = "Cache build is in progress. Returning previous copy of inventory.";
-
-/// A place where a build waits until the test lets it go on.
-class Barrier {
-public:
-    void arrive() {
-        std::unique_lock<std::mutex> lock(mutex);
-        arrived = true;
-        changed.notify_all();
-        changed.wait(lock, [this] { return open; });
-    }
-    void waitForArrival() {
-        std::unique_lock<std::mutex> lock(mutex);
-        changed.wait(lock, [this] { return arrived; });
-    }
-    void letGo() {
-        const std::lock_guard<std::mutex> lock(mutex);
-        open = true;
-        changed.notify_all();
-    }
-
-private:
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool arrived = false, open = false;
-};
 
 /// The refresh loop on a thread of its own; the destructor stops it.
 class HostLoop : public ::testing::Test {
