@@ -1,12 +1,14 @@
 #pragma once
 
+#include <atomic>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "hostaccess/orbHostIdentity.h"
 
-/// A host by name, release, up time and addresses.
+/// A host by name, release, up time and addresses. Any threads may ask it, several at once: the
+/// facts stay what the test made them before threads ran, and what counts is atomic.
 class FakeIdentity final : public IorbHostIdentity {
 public:
     FakeIdentity() : outer(replace(this)) {}
@@ -32,6 +34,6 @@ public:
     int listsOut() const { return handedOut; } ///< address lists not yet released
 
 private:
-    int handedOut = 0;
+    std::atomic<int> handedOut{0};
     IorbHostIdentity *outer;
 };
