@@ -312,7 +312,8 @@ static_assert(sizeof(HBA_MGMTINFO) == 44 && alignof(HBA_MGMTINFO) == 4);
 /// A library fills what it has and leaves the rest alone; the table comes to it full of nulls.
 /// Handles are the library's own. A name buffer has 256 bytes.
 struct HBA_ENTRYPOINTS {
-    // clang-format off: the formatter tears a long handler's name from its parameters
+    // The formatter would tear the names of long handlers from their parameters.
+    // clang-format off
     HBA_UINT32 (*GetVersionHandler)();
     HBA_STATUS (*LoadLibraryHandler)();
     HBA_STATUS (*FreeLibraryHandler)();
@@ -321,37 +322,35 @@ struct HBA_ENTRYPOINTS {
     HBA_HANDLE (*OpenAdapterHandler)(char *name);
     void (*CloseAdapterHandler)(HBA_HANDLE handle);
     HBA_STATUS (*GetAdapterAttributesHandler)(HBA_HANDLE handle, HBA_ADAPTERATTRIBUTES *out);
-    HBA_STATUS (*GetAdapterPortAttributesHandler)
-    (HBA_HANDLE handle, HBA_UINT32 port, HBA_PORTATTRIBUTES *out);
-    HBA_STATUS (*GetPortStatisticsHandler)
-    (HBA_HANDLE handle, HBA_UINT32 port, HBA_PORTSTATISTICS *out);
-    HBA_STATUS (*GetDiscoveredPortAttributesHandler)
-    (HBA_HANDLE handle, HBA_UINT32 port, HBA_UINT32 discovered, HBA_PORTATTRIBUTES *out);
-    HBA_STATUS (*GetPortAttributesByWWNHandler)
-    (HBA_HANDLE handle, HBA_WWN port, HBA_PORTATTRIBUTES *out);
-    HBA_STATUS (*SendCTPassThruHandler)
-    (HBA_HANDLE handle, void *request, HBA_UINT32 requestSize, void *response,
-     HBA_UINT32 responseSize);
+    HBA_STATUS (*GetAdapterPortAttributesHandler)(HBA_HANDLE handle, HBA_UINT32 port,
+                                                  HBA_PORTATTRIBUTES *out);
+    HBA_STATUS (*GetPortStatisticsHandler)(HBA_HANDLE handle, HBA_UINT32 port,
+                                           HBA_PORTSTATISTICS *out);
+    HBA_STATUS (*GetDiscoveredPortAttributesHandler)(HBA_HANDLE handle, HBA_UINT32 port,
+                                                     HBA_UINT32 discovered,
+                                                     HBA_PORTATTRIBUTES *out);
+    HBA_STATUS (*GetPortAttributesByWWNHandler)(HBA_HANDLE handle, HBA_WWN port,
+                                                HBA_PORTATTRIBUTES *out);
+    HBA_STATUS (*SendCTPassThruHandler)(HBA_HANDLE handle, void *request, HBA_UINT32 requestSize,
+                                        void *response, HBA_UINT32 responseSize);
     void (*RefreshInformationHandler)(HBA_HANDLE handle);
     void (*ResetStatisticsHandler)(HBA_HANDLE handle, HBA_UINT32 port);
     HBA_STATUS (*GetFcpTargetMappingHandler)(HBA_HANDLE handle, HBA_FCPTARGETMAPPING *inOut);
     HBA_STATUS (*GetFcpPersistentBindingHandler)(HBA_HANDLE handle, HBA_FCPBINDING *inOut);
-    HBA_STATUS (*GetEventBufferHandler)
-    (HBA_HANDLE handle, HBA_EVENTINFO *out, HBA_UINT32 *countInOut);
+    HBA_STATUS (*GetEventBufferHandler)(HBA_HANDLE handle, HBA_EVENTINFO *out,
+                                        HBA_UINT32 *countInOut);
     HBA_STATUS (*SetRNIDMgmtInfoHandler)(HBA_HANDLE handle, HBA_MGMTINFO *info);
     HBA_STATUS (*GetRNIDMgmtInfoHandler)(HBA_HANDLE handle, HBA_MGMTINFO *out);
-    HBA_STATUS (*SendRNIDHandler)
-    (HBA_HANDLE handle, HBA_WWN wwn, HBA_WWNTYPE type, void *response,
-     HBA_UINT32 *responseSizeInOut);
-    HBA_STATUS (*ScsiInquiryHandler)
-    (HBA_HANDLE handle, HBA_WWN port, HBA_UINT64 lun, HBA_UINT8 evpd, HBA_UINT32 page,
-     void *response, HBA_UINT32 responseSize, void *sense, HBA_UINT32 senseSize);
-    HBA_STATUS (*ReportLUNsHandler)
-    (HBA_HANDLE handle, HBA_WWN port, void *response, HBA_UINT32 responseSize, void *sense,
-     HBA_UINT32 senseSize);
-    HBA_STATUS (*ReadCapacityHandler)
-    (HBA_HANDLE handle, HBA_WWN port, HBA_UINT64 lun, void *response, HBA_UINT32 responseSize,
-     void *sense, HBA_UINT32 senseSize);
+    HBA_STATUS (*SendRNIDHandler)(HBA_HANDLE handle, HBA_WWN wwn, HBA_WWNTYPE type,
+                                  void *response, HBA_UINT32 *responseSizeInOut);
+    HBA_STATUS (*ScsiInquiryHandler)(HBA_HANDLE handle, HBA_WWN port, HBA_UINT64 lun,
+                                     HBA_UINT8 evpd, HBA_UINT32 page, void *response,
+                                     HBA_UINT32 responseSize, void *sense, HBA_UINT32 senseSize);
+    HBA_STATUS (*ReportLUNsHandler)(HBA_HANDLE handle, HBA_WWN port, void *response,
+                                    HBA_UINT32 responseSize, void *sense, HBA_UINT32 senseSize);
+    HBA_STATUS (*ReadCapacityHandler)(HBA_HANDLE handle, HBA_WWN port, HBA_UINT64 lun,
+                                      void *response, HBA_UINT32 responseSize, void *sense,
+                                      HBA_UINT32 senseSize);
     // clang-format on
 };
 static_assert(offsetof(HBA_ENTRYPOINTS, GetVersionHandler) == 0 * 8);
