@@ -42,6 +42,10 @@ std::uint8_t check_of(const CODE &code) {
     return static_cast<std::uint8_t>(sum % 251);
 }
 
+bool is_unknown(const std::string &code) {
+    return code.size() == DIGITS && code.find_first_not_of("Ff") == std::string::npos;
+}
+
 __attribute__((format(printf, 1, 2))) std::string text_of(const char *format, ...) {
     char text[128];
     std::va_list values;
@@ -75,7 +79,7 @@ bool decode_location(const std::string &text, PHYSICAL_LOCATION &location, std::
             text_of("must have %zu hexadecimal digits, not %zu characters", DIGITS, text.size());
         return false;
     }
-    if (text == UNKNOWN_LOCATION) {
+    if (is_unknown(text)) {
         error = "is the code of an unknown location";
         return false;
     }
@@ -154,7 +158,7 @@ std::string location_geo_id(const PHYSICAL_LOCATION &location) {
 }
 
 std::string readable_location(const std::string &code) {
-    if (code == UNKNOWN_LOCATION) return "location unknown";
+    if (is_unknown(code)) return "location unknown";
     PHYSICAL_LOCATION location;
     std::string error;
     return decode_location(code, location, error) ? location_place(location) : code;

@@ -178,6 +178,8 @@ TEST(LocationCodes, BadOnesAreTold) {
     EXPECT_EQ(error_of("020301010003002G"), "character 16 is no hexadecimal digit");
     EXPECT_EQ(error_of("02030101000 0021"), "character 12 is no hexadecimal digit");
     EXPECT_EQ(error_of("FFFFFFFFFFFFFFFF"), "is the code of an unknown location");
+    EXPECT_EQ(error_of("ffffffffffffffff"), "is the code of an unknown location");
+    EXPECT_EQ(error_of("FFFFFFFFFFFFFFFE"), "begins with FF; codes of the lab begin with 02 or 03");
     EXPECT_EQ(error_of("0000000000000000"), "begins with 00; codes of the lab begin with 02 or 03");
     EXPECT_EQ(error_of("0203010100040020"), "ends with 20, but its other digits ask for 27");
     EXPECT_EQ(error_of("0203010100300021").substr(0, 10), "ends with ");
