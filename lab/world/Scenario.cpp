@@ -182,6 +182,25 @@ SCENARIO_PCI read_pci(const Json::Value &value, const std::string &place, std::s
     return device;
 }
 
+/// The tables of the host's commands are read by lines and words.
+void check_nic_texts(Members &members, const SCENARIO_NIC &nic) {
+    const auto isLine = [](const std::string &text) {
+        for (const char c : text)
+            if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) return false;
+        return true;
+    };
+    for (const auto &[name, text] : {std::pair{"driver", &nic.driver}, std::pair{"mac", &nic.mac}})
+        if (text->empty() || !isLine(*text) || text->find(' ') != std::string::npos)
+            members.fail(name, "must be one word");
+    if (nic.description.find_first_not_of(' ') == std::string::npos)
+        members.fail("description", "must be given, or vendorName and deviceName");
+    for (const auto &[name, text] :
+         {std::pair{"driverVersion", &nic.driverVersion}, std::pair{"firmware", &nic.firmware},
+          std::pair{"cable", &nic.cable}, std::pair{"vendorName", &nic.vendorName},
+          std::pair{"deviceName", &nic.deviceName}, std::pair{"description", &nic.description}})
+        if (!isLine(*text)) members.fail(name, "must be one line");
+}
+
 SCENARIO_NIC read_nic(const Json::Value &value, const std::string &place, std::string &error) {
     SCENARIO_NIC nic;
     Members members(value, place, error);
@@ -199,6 +218,7 @@ SCENARIO_NIC read_nic(const Json::Value &value, const std::string &place, std::s
     members.text("deviceName", nic.deviceName);
     nic.description = nic.vendorName + " " + nic.deviceName;
     members.text("description", nic.description);
+    check_nic_texts(members, nic);
     members.id("vendor", nic.vendor);
     members.id("device", nic.device);
     members.id("subVendor", nic.subVendor);
@@ -258,10 +278,20 @@ void read_host(const Json::Value &value, SCENARIO_HOST &host, std::string &error
     if (host.name.empty()) members.fail("name", "must not be empty");
 }
 
-std::string read_command(const Json::Value &value, const std::string &place, std::string &error) {
+bool has_subject(const SCENARIO_HOST &host, const LAB_COMMAND &command, std::string &error) {
+    if (command.kind != LAB_COMMAND::Kind::NIC) return true;
+    for (const SCENARIO_NIC &each : host.nics)
+        if (each.name == command.subject) return true;
+    error = "nic " + command.subject + ": no such adapter";
+    return false;
+}
+
+std::string read_command(const Json::Value &value, const SCENARIO_HOST &host,
+                         const std::string &place, std::string &error) {
     LAB_COMMAND command;
     std::string why = "must be a text";
-    if (value.isString() && parse_lab_command(value.asString(), command, why))
+    if (value.isString() && parse_lab_command(value.asString(), command, why) &&
+        has_subject(host, command, why))
         return value.asString();
     if (error.empty()) error = place + ": " + why;
     return {};
@@ -277,7 +307,7 @@ void read_timeline(Members &members, SCENARIO &scenario, std::string &error) {
         entry.number("inventories", step.inventories, 0, 1'000'000);
         entry.number("events", step.events, 0, 1'000'000);
         entry.seconds("wait", step.wait);
-        step.command = read_command(entry.at("do"), entry.path("do"), error);
+        step.command = read_command(entry.at("do"), scenario.host, entry.path("do"), error);
         scenario.timeline.push_back(std::move(step));
     });
 }
@@ -430,7 +460,7 @@ bool read_scenario_json(const Json::Value &root, SCENARIO &scenario, std::string
     read.config = members.has("config") ? members.at("config") : Json::Value(Json::objectValue);
     if (!read.config.isNull()) require_object(read.config, "config", error);
     members.list("commands", [&](const Json::Value &each, const std::string &place) {
-        read.commands.push_back(read_command(each, place, error));
+        read.commands.push_back(read_command(each, read.host, place, error));
     });
     read_timeline(members, read, error);
     read_expectation(members.at("expect"), read.expect, error);

@@ -13,6 +13,7 @@ namespace {
 constexpr double DOWN_SECONDS = 30;
 constexpr std::size_t SHOWN_LINE = 60; // bytes of a line that is no command
 constexpr std::int64_t LONGEST_DELAY_MS = 600'000;
+constexpr std::size_t LONGEST_NAME = 15; // of an interface
 
 std::vector<std::string> words_of(const std::string &line) {
     std::istringstream stream(line);
@@ -109,13 +110,16 @@ bool parse_set(const std::vector<std::string> &words, LAB_COMMAND &command, std:
             if (::inet_pton(AF_INET, each.c_str(), &parsed) != 1)
                 error = "set: \"" + each + "\" is no IPv4 address";
     } else if (subject == "esxtop") {
-        if (!is_esxtop_mode(command.value)) error = "set: esxtop works, fails, empty or garbled";
+        if (!is_esxtop_mode(command.value))
+            error = "set: esxtop must be works, fails, empty or garbled";
     } else if (subject == "nics") {
-        if (!is_nic_list_mode(command.value)) error = std::string("set: nics ") + NIC_LIST_MODES;
+        if (!is_nic_list_mode(command.value))
+            error = std::string("set: nics must be ") + NIC_LIST_MODES;
     } else if (subject == "encoder") {
-        if (!is_encoder_mode(command.value)) error = std::string("set: encoder ") + ENCODER_MODES;
+        if (!is_encoder_mode(command.value))
+            error = std::string("set: encoder must be ") + ENCODER_MODES;
     } else if (subject == "ipmi") {
-        if (command.value != "on" && command.value != "off") error = "set: ipmi on or off";
+        if (command.value != "on" && command.value != "off") error = "set: ipmi must be on or off";
     } else if (subject == "name") {
         if (command.value.size() > 64) error = "set: name is longer than 64 characters";
     } else if (subject != "os" && subject != "version") {
@@ -130,6 +134,10 @@ bool parse_nic(const std::vector<std::string> &words, LAB_COMMAND &command, std:
         {"remove", "remove"}, {"add", "add"},
     };
     command.kind = LAB_COMMAND::Kind::NIC;
+    if (words.size() == 3 && words[1].size() > LONGEST_NAME) {
+        error = "nic: a name has at most " + std::to_string(LONGEST_NAME) + " characters";
+        return false;
+    }
     if (words.size() == 3)
         for (const auto &[word, value] : ACTS)
             if (words[2] == word) {

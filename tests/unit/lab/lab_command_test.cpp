@@ -101,11 +101,14 @@ TEST(LabCommand, Errors) {
               "set: say what and to what, such as \"set host name orb-lab-02\"");
     EXPECT_EQ(error_of("set memory much"), "set: memory needs MBytes");
     EXPECT_EQ(error_of("set address 1.2.3"), "set: \"1.2.3\" is no IPv4 address");
-    EXPECT_EQ(error_of("set esxtop odd"), "set: esxtop works, fails, empty or garbled");
-    EXPECT_EQ(error_of("set nics odd"), "set: nics works, fails, empty, headless, cut, short, "
-                                        "blank, old, binary, huge or hangs");
-    EXPECT_EQ(error_of("set encoder odd"), "set: encoder works, refuses, missing or incomplete");
-    EXPECT_EQ(error_of("set ipmi maybe"), "set: ipmi on or off");
+    EXPECT_EQ(error_of("set esxtop odd"), "set: esxtop must be works, fails, empty or garbled");
+    EXPECT_EQ(error_of("set nics odd"), "set: nics must be works, fails, empty, headless, cut, "
+                                        "short, blank, old, binary, huge or hangs");
+    EXPECT_EQ(error_of("set encoder odd"),
+              "set: encoder must be works, refuses, missing or incomplete");
+    EXPECT_EQ(error_of("set ipmi maybe"), "set: ipmi must be on or off");
+    EXPECT_EQ(error_of("nic " + std::string(16, 'x') + " up"),
+              "nic: a name has at most 15 characters");
     EXPECT_EQ(error_of("set colour red"), "set: unknown fact \"colour\"");
     EXPECT_EQ(error_of("set name " + std::string(65, 'x')),
               "set: name is longer than 64 characters");
