@@ -28,6 +28,12 @@ std::string scenario_file(const LAB_OPTIONS &options, const LAB_PLACES &places) 
     return places.scenarios + "/" + options.scenario + ".json";
 }
 
+bool is_server_command(const std::string &line) {
+    LAB_COMMAND command;
+    std::string error;
+    return parse_lab_command(line, command, error) && is_about_server(command);
+}
+
 int list_scenarios(const LAB_PLACES &places) {
     std::error_code failure;
     std::vector<std::string> files;
@@ -120,6 +126,7 @@ int main(int argc, char **argv) {
         settings.scenario.name = "linux";
         settings.scenario.title = "this machine";
         settings.scenario.timeline.clear();
+        std::erase_if(settings.scenario.commands, is_server_command);
         settings.scenario.lastStartAgo.reset();
     }
     settings.places = places;

@@ -242,3 +242,11 @@ TEST(LabEthernet, ThisMachinesAdaptersAreLeftAlone) {
     EXPECT_EQ(lab.err(), "orblab: nic eth0: this machine's own adapters are in use\n"
                          "orblab: set nics: this machine's own facts are in use\n");
 }
+
+TEST(LabEthernet, ScenarioForSimulatedAdaptersServesForThisMachineToo) {
+    LabRun lab;
+    EXPECT_EQ(lab.run({"--once", "--quiet", "--speed", FAST, "--host", "linux", "--scenario",
+                       "link-unknown"}),
+              0)
+        << lab.err();
+}
