@@ -41,9 +41,12 @@ World::~World() {
 }
 
 bool World::prepare(std::string &error) {
+    // What a former run left is touched only when nothing else can be in the way.
+    if (settings.readStandardInput) inputs.useStandardInput();
     if (!signals.take(error) || !folder.take(settings.outputFolder, error) ||
-        !root.prepare(settings.keep, error) || !outputs.open(settings.outputFolder, error) ||
-        !rmc.loadSchemas(settings.places.schemas, error))
+        !rmc.loadSchemas(settings.places.schemas, error) ||
+        (!settings.commandFifo.empty() && !inputs.useFifo(settings.commandFifo, error)) ||
+        !root.prepare(settings.keep, error) || !outputs.open(settings.outputFolder, error))
         return false;
 
     time = LabTime::startingNow(settings.speed);
@@ -55,8 +58,6 @@ bool World::prepare(std::string &error) {
         (!settings.keep && !root.writeRunState(scenario, second, error)))
         return false;
 
-    if (settings.readStandardInput) inputs.useStandardInput();
-    if (!settings.commandFifo.empty() && !inputs.useFifo(settings.commandFifo, error)) return false;
     for (const std::string &line : scenario.commands)
         if (!runCommand(line, error)) return false;
     return true;
@@ -164,7 +165,10 @@ void World::conclude() {
     if (settings.once)
         for (const std::string &fault : expectations.faults()) faults.push_back(fault);
     for (const std::string &fault : faults) LabOutputs::complain(fault);
-    good = good && (faults.empty() || !settings.once);
+    if (good && settings.once && !faults.empty()) {
+        good = false;
+        reason = "not as expected";
+    }
     if (!good) {
         outputs.result(now(), false, scenario.name + ": " + (reason.empty() ? "failed" : reason));
         return;

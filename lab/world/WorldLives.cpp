@@ -130,6 +130,7 @@ void World::watchStop() {
     if (passed > STOP_PATIENCE_NS) closeConnections();
     if (passed <= STOP_LIMIT_NS || killed) return;
     faults.push_back("daemon: did not stop when asked, ended by force");
+    if (good) reason = "the daemon did not stop";
     good = false;
     killed = true;
     ::kill(life, SIGKILL);
@@ -166,6 +167,7 @@ void World::reapLife() {
         }
     } else if (!clean && !killed) {
         faults.push_back("daemon: " + ending_of(status) + " when stopped");
+        if (good) reason = "the daemon did not stop in order";
         good = false;
     }
     if (next == Next::NOTHING) {

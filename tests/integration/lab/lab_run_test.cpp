@@ -144,6 +144,30 @@ TEST(LabRuns, WhatIsMissingIsNamed) {
                          "orblab: own: time limit: 2 seconds are over\n");
 }
 
+TEST(LabRuns, FactThatDiffersIsNotAsExpected) {
+    LabRun lab;
+    write_scenario(lab,
+                   R"("expect":{"inventories":1,"facts":{"EthernetDevices.0.Model":"other"}})");
+    EXPECT_EQ(lab.run({"--once", "--speed", FAST, "--scenario", lab.folder() + "/own.json"}), 1);
+    EXPECT_EQ(lab.err(), "orblab: EthernetDevices.0.Model: is \"Vantor Ethernet 1Gb 2-port 900T "
+                         "Adapter\", expected \"other\"\n"
+                         "orblab: own: not as expected\n");
+}
+
+TEST(LabRuns, FormerRunIsKeptWhereTheNextCannotStart) {
+    LabRun lab;
+    ASSERT_EQ(lab.run({"--once", "--quiet", "--speed", FAST, "--scenario", "boot-after-crash"}), 0);
+    const std::string events = lab.read("events.jsonl"), inventory = lab.read("inventory.json");
+    const std::string log = lab.read("root/var/log/vantor/orb/orb.log");
+    ASSERT_FALSE(events.empty() || inventory.empty() || log.empty());
+    lab.write("text", "no FIFO");
+    EXPECT_EQ(lab.run({"--once", "--commands", lab.folder() + "/text"}), 1);
+    EXPECT_EQ(lab.err(), "orblab: " + lab.folder() + "/text: is no FIFO\n");
+    EXPECT_EQ(lab.read("events.jsonl"), events);
+    EXPECT_EQ(lab.read("inventory.json"), inventory);
+    EXPECT_EQ(lab.read("root/var/log/vantor/orb/orb.log"), log);
+}
+
 TEST(LabRuns, EventThatMustNotComeFails) {
     LabRun lab;
     write_scenario(lab, R"("runState":{"lastStartAgo":90000,"lastStopAgo":80000},)"
