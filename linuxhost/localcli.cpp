@@ -5,6 +5,8 @@
 #include <system_error>
 #include <vector>
 
+#include "fc_access.h"
+#include "fc_report.h"
 #include "nic_access.h"
 #include "nic_report.h"
 #include "os_release.h"
@@ -21,6 +23,7 @@ constexpr std::string_view USAGE =
     "       localcli [--root DIR] hardware pci list\n"
     "       localcli [--root DIR] network nic list\n"
     "       localcli [--root DIR] network nic get -n|--nic-name NAME\n"
+    "       localcli [--root DIR] storage san fc list\n"
     "       localcli --help | --version\n";
 
 int system_version_get(const std::string &root) {
@@ -88,6 +91,29 @@ int network_nic_get(const std::string &root, const std::string &name) {
     return print_result(PROGRAM, format_nic_details(nic, facts));
 }
 
+int storage_san_fc_list(const std::string &root) {
+    std::vector<ORB_FC_PORT> ports;
+    if (const int error = read_fc_ports(root, ports)) {
+        complain(PROGRAM, root + "/sys/class/fc_host", error);
+        return EXIT_FAILED;
+    }
+    PCI_NAMES names;
+    const auto wants_name = [](const ORB_FC_PORT &port) {
+        return port.modelDescription.empty() && !port.pciAddress.empty();
+    };
+    for (const ORB_FC_PORT &port : ports)
+        if (wants_name(port)) names.want(port.vendor, port.device);
+    if (!names.complete()) read_pci_names(root, report, names);
+    for (ORB_FC_PORT &port : ports) {
+        if (wants_name(port))
+            port.modelDescription =
+                names.vendorName(port.vendor) + " " + names.deviceName(port.vendor, port.device);
+        else if (port.modelDescription.empty())
+            port.modelDescription = port.symbolicName;
+    }
+    return print_result(PROGRAM, format_fc_list(ports));
+}
+
 int usage_error(std::string_view what, std::string_view why) {
     return refuse_usage(PROGRAM, USAGE, what, why);
 }
@@ -139,6 +165,7 @@ int main(int argc, char **argv) {
     if (command == "system version get") return system_version_get(root);
     if (command == "hardware pci list") return hardware_pci_list(root);
     if (command == "network nic list") return network_nic_list(root);
+    if (command == "storage san fc list") return storage_san_fc_list(root);
     return command.empty() ? usage_error("command", "missing")
                            : usage_error(one_line(command), "unknown command");
 }

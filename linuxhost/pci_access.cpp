@@ -22,7 +22,7 @@
 namespace {
 constexpr unsigned CLASS_STORAGE = 0x01, CLASS_NETWORK = 0x02, CLASS_WIRELESS = 0x0D; // base
 constexpr unsigned CLASS_FIBRE_CHANNEL = 0x0C04;
-constexpr std::string_view HOST_STEM = "host", ADAPTER_STEM = "vmhba";
+constexpr std::string_view HOST_STEM = "host";
 constexpr unsigned long long MOST_ADAPTERS = 1000000; // far above the kernel's numbers of hosts
 constexpr std::size_t IDS_LIMIT = 64u << 20;          // bytes; the published file has under 2 MiB
 
@@ -35,7 +35,7 @@ bool is_network(const ORB_PCI_FUNCTION &function) {
 /// that begins so: "vmhba3" for "host3".
 std::string adapter_name(std::string_view hostName) {
     const std::string_view number = number_behind(hostName, HOST_STEM);
-    return number.empty() ? std::string() : std::string(ADAPTER_STEM).append(number);
+    return number.empty() ? std::string() : std::string(PCI_ADAPTER_STEM).append(number);
 }
 
 /// Whether a SCSI host is a Fibre Channel port.
@@ -100,8 +100,9 @@ bool read_attributes(const SYSFS_FOLDER &folder, ORB_PCI_FUNCTION &function) {
     return true;
 }
 
-/// @return false where the function is gone
-bool read_function(const SYSFS_FOLDER &devices, const char *name, ORB_PCI_FUNCTION &function) {
+} // namespace
+
+bool read_pci_function(const SYSFS_FOLDER &devices, const char *name, ORB_PCI_FUNCTION &function) {
     const SYSFS_FOLDER folder(devices, name);
     if (!folder.isOpen()) return false;
     std::array<char, SYSFS_FOLDER::TEXT_LIMIT> room;
@@ -123,6 +124,7 @@ bool read_function(const SYSFS_FOLDER &devices, const char *name, ORB_PCI_FUNCTI
     return true;
 }
 
+namespace {
 auto sort_key(const ORB_PCI_ADDRESS &at) {
     return std::tuple(at.segment, at.bus, at.device, at.function);
 }
@@ -162,10 +164,10 @@ void name_the_unnamed(const std::string &hostsPath, std::vector<ORB_PCI_FUNCTION
     // Without the folder the names in the list are all there are.
     static_cast<void>(
         SYSFS_FOLDER(hostsPath).list([&](std::string_view name) { use(name, HOST_STEM); }));
-    for (const ORB_PCI_FUNCTION &function : functions) use(function.kernelName, ADAPTER_STEM);
+    for (const ORB_PCI_FUNCTION &function : functions) use(function.kernelName, PCI_ADAPTER_STEM);
     for (ORB_PCI_FUNCTION &function : functions)
         if (unnamed(function))
-            function.kernelName = std::string(ADAPTER_STEM) + std::to_string(next++);
+            function.kernelName = std::string(PCI_ADAPTER_STEM) + std::to_string(next++);
 }
 } // namespace
 
@@ -177,7 +179,7 @@ bool read_pci_functions(const std::string &root, const COMPLAINT &complain,
         ORB_PCI_FUNCTION function;
         if (!parse_pci_address(name, function.address))
             complain(path + "/" + one_line(name), "no PCI address; passed over");
-        else if (read_function(devices, name, function))
+        else if (read_pci_function(devices, name, function))
             functions.push_back(std::move(function));
     });
     if (error != 0) {

@@ -92,6 +92,34 @@ inline std::string add_network_interface(TemporaryRoot &root, const LINUX_INTERF
     return folder;
 }
 
+struct LINUX_FC_PORT {
+    std::string host = "host3";
+    std::string device = "pci0000:20/0000:20:02.0/0000:24:00.0"; ///< folder below /sys/devices
+    std::string nodeName = "0x200002005e0000a1", portName = "0x210002005e0000a1";
+    std::string portId = "0x010600", portType = "NPort (fabric via point-to-point)";
+    std::string portState = "Online", speed = "16 Gbit";
+};
+
+/// Adds a Fibre Channel port, which is a SCSI host too. @return the folder of its device's host, a
+/// host path: below it lie fc_host/NAME and scsi_host/NAME
+inline std::string add_fc_port(TemporaryRoot &root, const LINUX_FC_PORT &port) {
+    const std::string host = "/sys/devices/" + port.device + "/" + port.host;
+    const std::string folder = host + "/fc_host/" + port.host;
+    root.write(folder + "/node_name", port.nodeName + "\n");
+    root.write(folder + "/port_name", port.portName + "\n");
+    root.write(folder + "/port_id", port.portId + "\n");
+    root.write(folder + "/port_type", port.portType + "\n");
+    root.write(folder + "/port_state", port.portState + "\n");
+    root.write(folder + "/speed", port.speed + "\n");
+    root.makeDirectory(host + "/scsi_host/" + port.host);
+    for (const std::string kind : {"fc_host", "scsi_host"}) {
+        root.makeDirectory("/sys/class/" + kind);
+        make_link(root, "/sys/class/" + kind + "/" + port.host,
+                  "../../devices/" + port.device + "/" + port.host + "/" + kind + "/" + port.host);
+    }
+    return host;
+}
+
 /// A bridge, a Fibre Channel adapter in slot 3 and a two-port network adapter, with names in
 /// pci.ids for all but the second network port's device, which has no link.
 inline void make_linux_machine(TemporaryRoot &root) {

@@ -22,6 +22,8 @@
 #include "support/smbios_tables.h"
 
 namespace {
+const std::string FC_PORT_PATH = LINUX_FC_PORT().device;
+
 /// The daemon's readers on a made-up Linux server: their shell lines run as they are and find the
 /// built host commands.
 class DaemonReaders : public ::testing::Test {
@@ -164,6 +166,68 @@ TEST_F(DaemonReaders, KnowEachFibreChannelAdapterByAName) {
     orbUtils::initFcInfoMap();
     EXPECT_EQ(orbUtils::getFcPciStr("vmhba3"), "0000:24:00.0");
     EXPECT_EQ(orbUtils::getFcPciStr("vmhba4"), "0000:25:00.0");
+}
+
+TEST_F(DaemonReaders, FindTheFibreChannelAdapterOfANode) {
+    const std::string card = "pci0000:20/0000:25:00.";
+    for (const std::string port : {"0", "1"})
+        add_pci_function(root, {.address = "0000:25:00." + port, .path = card + port});
+    add_fc_port(root, {});
+    // A virtual port has its physical one's node name.
+    add_fc_port(root, {.host = "host11", .device = FC_PORT_PATH + "/host3/vport-3:0-0"});
+    add_fc_port(root, {.host = "host5",
+                       .device = card + "0",
+                       .nodeName = "0x200002005e0000a2",
+                       .portState = "Linkdown",
+                       .speed = "unknown"});
+    const std::string second =
+        add_fc_port(root, {.host = "host6", .device = card + "1", .nodeName = "0x1a3"});
+    root.write(second + "/scsi_host/host6/model_desc", "Twin Adapter: vmhba3 Node Name: 1\n");
+    add_fc_port(root, {.host = "host7",
+                       .device = "virtual/net/eth3.100/ctlr_0",
+                       .nodeName = "0x200002005e0000a4"});
+    add_fc_port(root, {.host = "host8", .device = "platform/x", .nodeName = "junk"});
+
+    orbUtils::initFcInfoMap();
+    orbUtils::initFcNameMap();
+    struct {
+        const char *node, *adapter, *address;
+    } const rows[] = {
+        {"20:00:02:00:5e:00:00:a1", "vmhba3", "0000:24:00.0"},
+        {"20:00:02:00:5e:00:00:a2", "vmhba5", "0000:25:00.0"},
+        {"00:00:00:00:00:00:01:a3", "vmhba6", "0000:25:00.1"},
+        {"20:00:02:00:5e:00:00:a4", "NotAvailable", "NotAvailable"}, // no PCI function
+        {"1", "NotAvailable", "NotAvailable"},
+        {"", "NotAvailable", "NotAvailable"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.node);
+        EXPECT_EQ(orbUtils::getFcOsDevicename(row.node), row.adapter);
+        EXPECT_EQ(orbUtils::getFcPciStr(orbUtils::getFcOsDevicename(row.node)), row.address);
+    }
+    EXPECT_FALSE(root.exists("/opt/vantor/orb/data/fc_name.txt"));
+    EXPECT_EQ(log.countHolding("ERROR", "ORB_UTILS", "SAN information"), 0);
+}
+
+TEST_F(DaemonReaders, FindTheFunctionOfEachOfItsFibreChannelPorts) {
+    add_fc_port(root, {});
+    add_fc_port(root, {.host = "host10", .nodeName = "0x200002005e0000a2"});
+    orbUtils::initFcInfoMap();
+    orbUtils::initFcNameMap();
+    for (const char *node : {"20:00:02:00:5e:00:00:a1", "20:00:02:00:5e:00:00:a2"})
+        EXPECT_EQ(orbUtils::getFcPciStr(orbUtils::getFcOsDevicename(node)), "0000:24:00.0") << node;
+}
+
+TEST_F(DaemonReaders, FindNoAdapterOnAHostWithoutFibreChannel) {
+    EXPECT_EQ(
+        run_line("localcli storage san fc list | grep -e 'Adapter: ' -e 'Node Name:'", root.path())
+            .status,
+        1);
+    orbUtils::initFcInfoMap();
+    orbUtils::initFcNameMap();
+    EXPECT_EQ(orbUtils::getFcOsDevicename("20:00:02:00:5e:00:00:a1"), "NotAvailable");
+    EXPECT_LOGGED(log, "ERROR", "ORB_UTILS",
+                  "Error occurred in gathering localcli storage SAN information");
 }
 
 TEST_F(DaemonReaders, ReadTheSmbiosImage) {

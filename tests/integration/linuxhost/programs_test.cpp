@@ -31,6 +31,9 @@ const UsageCase USAGE_CASES[] = {
     {"NetworkGetUnknown", "localcli network nic get -n ens9", 1, "localcli: ens9: No such device"},
     {"NetworkGetOutside", "localcli network nic get -n ../net/ens0", 1,
      "localcli: ../net/ens0: No such device"},
+    {"StorageWords", "localcli storage san fc", 2, "localcli: storage san fc: unknown command"},
+    {"StorageListOfOne", "localcli storage san fc list -n vmhba3", 2,
+     "localcli: -n: only network nic get takes a name"},
     {"HalfACommand", "localcli hardware pci", 2, "localcli: hardware pci: unknown command"},
     {"WordTooMany", "localcli hardware pci list all", 2,
      "localcli: hardware pci list all: unknown command"},
@@ -249,6 +252,70 @@ TEST(Localcli, TellsOfOneNetworkAdapter) {
     for (const char *form : {"network nic get --nic-name ens0", "network nic get --nic-name=ens0",
                              "-n ens0 network nic get"})
         EXPECT_EQ(run_line(std::string("localcli ") + form, root.path()).text, result.text);
+}
+
+TEST(Localcli, ListsTheFibreChannelPortsOfAMachine) {
+    TemporaryRoot root;
+    make_linux_machine(root);
+    const std::string port = add_fc_port(root, {});
+    root.write(port + "/scsi_host/host3/fw_version", "8.05.61 (d0d5)\n");
+    const std::string other = add_fc_port(root, {.host = "host7",
+                                                 .device = "virtual/net/eth3.100/ctlr_0",
+                                                 .nodeName = "0x10000200005e00a4",
+                                                 .portName = "0x20000200005e00a4",
+                                                 .portId = "0x0",
+                                                 .portType = "Unknown",
+                                                 .portState = "Linkdown",
+                                                 .speed = "unknown"});
+    root.write(other + "/scsi_host/host7/proc_name", "fcoe\n");
+    root.write(other + "/fc_host/host7/symbolic_name", "fcoe v0.1 over eth3.100\n");
+    PROGRAM_RESULT result = run_line("localcli storage san fc list 2>&1", root.path());
+    EXPECT_EQ(result.status, 0);
+    const std::string rest = "FcDevice:\n"
+                             "   Adapter: vmhba7\n"
+                             "   Port ID: 000000\n"
+                             "   Node Name: 10:00:02:00:00:5e:00:a4\n"
+                             "   Port Name: 20:00:02:00:00:5e:00:a4\n"
+                             "   Speed: 0 Gbps\n"
+                             "   Port Type: Unknown\n"
+                             "   Port State: LINK DOWN\n"
+                             "   Model Description: fcoe v0.1 over eth3.100\n"
+                             "   Hardware Version: \n"
+                             "   OptionROM Version: \n"
+                             "   Firmware Version: \n"
+                             "   Driver Name: fcoe\n"
+                             "   DriverVersion: \n";
+    EXPECT_EQ(result.text, "FcDevice:\n"
+                           "   Adapter: vmhba3\n"
+                           "   Port ID: 010600\n"
+                           "   Node Name: 20:00:02:00:5e:00:00:a1\n"
+                           "   Port Name: 21:00:02:00:5e:00:00:a1\n"
+                           "   Speed: 16 Gbps\n"
+                           "   Port Type: NPort\n"
+                           "   Port State: ONLINE\n"
+                           "   Model Description: Example Fabric Corp. Example 16Gb FC HBA\n"
+                           "   Hardware Version: \n"
+                           "   OptionROM Version: \n"
+                           "   Firmware Version: 8.05.61 (d0d5)\n"
+                           "   Driver Name: examplefc\n"
+                           "   DriverVersion: \n" +
+                               rest);
+    root.write(port + "/scsi_host/host3/model_desc", "Two-port adapter\n");
+    ASSERT_TRUE(std::filesystem::remove(root.path() + "/usr/share/misc/pci.ids"));
+    result = run_line("localcli storage san fc list 2>&1", root.path());
+    EXPECT_NE(result.text.find("   Model Description: Two-port adapter\n"), std::string::npos);
+    EXPECT_EQ(result.text.find("pci.ids"), std::string::npos) << "nobody needs it";
+}
+
+TEST(Localcli, AMachineWithoutFibreChannelHasNothingToList) {
+    TemporaryRoot root;
+    PROGRAM_RESULT result = run_line("localcli storage san fc list 2>&1", root.path());
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.text, "");
+    root.write("/sys/class/fc_host", "a file");
+    result = run_line("localcli storage san fc list 2>&1", root.path());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.text, "localcli: " + root.path() + "/sys/class/fc_host: Not a directory\n");
 }
 
 TEST(Localcli, WithoutPciIdsNumbersStandForNames) {

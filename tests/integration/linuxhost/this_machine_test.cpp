@@ -123,6 +123,20 @@ TEST(ThisMachine, EachAdapterTellsItsDetails) {
     }
 }
 
+TEST(ThisMachine, FibreChannelPortsAgreeWithSysfs) {
+    const PROGRAM_RESULT list = run_line("localcli storage san fc list");
+    EXPECT_EQ(list.status, 0);
+    const std::string nodes = run_line("localcli storage san fc list | grep 'Node Name: .' | "
+                                       "cut -c15- | tr -d : | sort")
+                                  .text;
+    const std::string counted =
+        run_line("for i in /sys/class/fc_host/host*; do [ -e $i ] && case $(readlink $i) in "
+                 "*/vport-*) ;; *) printf '%016x\\n' $(cat $i/node_name);; esac; done | "
+                 "grep -v -e '^0*$' -e '^f*$' | sort")
+            .text;
+    EXPECT_EQ(nodes, counted);
+}
+
 TEST(ThisMachine, VersionAndMemoryAreTold) {
     for (const char *search : {"Product", "Version:"}) {
         const PROGRAM_RESULT found =
