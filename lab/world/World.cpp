@@ -24,7 +24,8 @@ constexpr std::size_t FAULT_LIMIT = 1000;
 
 World::World(WORLD_SETTINGS wanted)
     : settings(std::move(wanted)), scenario(settings.scenario),
-      root(std::filesystem::absolute(settings.outputFolder).lexically_normal() / "root"),
+      root(std::filesystem::absolute(settings.outputFolder).lexically_normal() / "root",
+           settings.speed),
       outputs(settings.style),
       expectations(scenario.expect), logs{LogTail(root.path() + LAB_LOG_FILE),
                                           LogTail(root.path() + LAB_DEBUG_LOG_FILE)} {

@@ -5,6 +5,7 @@
 #include "core/format_text.h"
 #include "core/json_text.h"
 #include "world/nic_facts.h"
+#include "world/summary.h"
 
 namespace {
 constexpr unsigned NO_SLOT = 4294967295u;
@@ -18,13 +19,17 @@ std::string hex(unsigned value, int digits) {
     return format_text("0x%0*x", digits, value);
 }
 
+/// The designation that the firmware gives an address. @param number  of its slot
 std::string slot_of(const SCENARIO_MACHINE &machine, const std::string &address, unsigned &number) {
     number = NO_SLOT;
     for (std::size_t i = 0; i < machine.slots.size(); ++i) {
-        if (machine.slots[i].address != address) continue;
-        number = static_cast<unsigned>(i + 1);
-        return machine.slots[i].designation;
+        const SCENARIO_DEVICE &slot = machine.slots[i];
+        if (slot.address != address) continue;
+        number = slot.id != 0 ? slot.id : static_cast<unsigned>(i + 1);
+        return printable(slot.designation);
     }
+    for (const SCENARIO_DEVICE &each : machine.onboard)
+        if (each.address == address) return printable(each.designation);
     return {};
 }
 
@@ -68,6 +73,8 @@ std::string pci_block(const SCENARIO_MACHINE &machine, const SCENARIO_PCI &devic
     text += line("Spawned Bus", "0x00") + line("Flags", "0x3001");
     text += line("Module ID", "-1") + line("Module Name", device.moduleName) + line("Chassis", "0");
     text += line("Physical Slot", std::to_string(slot)) + line("Slot Description", place);
+    // Its label holds another line's; a device in no slot has none.
+    if (slot != NO_SLOT) text += line("Device Layer Bus Address", format_text("s%08u.00", slot));
     text += line("Passthru Capable", "true") + line("Parent Device", "");
     text +=
         line("Dependent Device", format_text("PCI %u:%u:%u:%u", unsigned{segment}, unsigned{bus},

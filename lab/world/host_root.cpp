@@ -103,7 +103,8 @@ bool HostRoot::writeAnswer(const std::string &name, const COMMAND_ANSWER &answer
     // answer that goes well needs none.
     const std::string way = path + ".way";
     const bool isPlain = answer.status == 0 && answer.delaySeconds == 0;
-    if (!isPlain && !write(way, format_text("%d %d\n", answer.status, answer.delaySeconds), error))
+    if (!isPlain &&
+        !write(way, format_text("%d %.3f\n", answer.status, answer.delaySeconds / speed), error))
         return false;
     if (!write(path, answer.output, error)) return false;
     if (isPlain) ::unlink((root + way).c_str());
@@ -114,7 +115,7 @@ bool HostRoot::writeFacts(const SCENARIO &scenario, std::string &error) const {
     const std::string mode = scenario.esxtop;
     for (const SCENARIO_NIC &each : scenario.host.nics) {
         const std::string name = "localcli-network-nic-get--n-" + each.name;
-        const COMMAND_ANSWER details{each.present ? nic_details_text(each) : "",
+        const COMMAND_ANSWER details{each.present ? nic_details_text(each, scenario.nicList) : "",
                                      each.present ? 0 : 1};
         if (!writeAnswer(name, details, error)) return false;
     }

@@ -8,7 +8,9 @@
 /// The simulated server's files below OUTPUT/root. Errors come as "path: why".
 class HostRoot {
 public:
-    explicit HostRoot(std::string folder) : root(std::move(folder)) {}
+    /// @param labSpeed  how many seconds of the lab's time a real one has
+    explicit HostRoot(std::string folder, double labSpeed = 1)
+        : root(std::move(folder)), speed(labSpeed) {}
     const std::string &path() const { return root; }
     std::string factsFolder() const { return root + "/lab/host"; }
     std::string vendorWorld() const { return factsFolder() + "/vendor.json"; }
@@ -32,4 +34,5 @@ private:
     /// Replaces a file as one step, so that a reader sees the old text or the new one.
     bool write(const std::string &hostPath, const std::string &text, std::string &error) const;
     const std::string root;
+    const double speed;
 };

@@ -31,9 +31,18 @@ constexpr COLUMN OLD_COLUMNS[] = {
     {"Link", false},        {"Speed", true},       {"Duplex", false},
     {"MAC Address", false}, {"MTU", true},         {"Description", false}};
 
+/// An address as an old host tells it: its bus has three decimal digits.
+std::string old_address(const std::string &address) {
+    std::uint16_t segment = 0;
+    std::uint8_t bus = 0, deviceFunction = 0;
+    if (!read_pci_address(address, segment, bus, deviceFunction)) return address;
+    return format_text("%04x:%03u:%02x.%x", unsigned{segment}, unsigned{bus}, deviceFunction >> 3u,
+                       deviceFunction & 7u);
+}
+
 ROW row_of(const SCENARIO_NIC &nic, bool isOld) {
     const bool isUp = nic.link == "Up";
-    ROW row{nic.name, nic.address, nic.driver};
+    ROW row{nic.name, isOld ? old_address(nic.address) : nic.address, nic.driver};
     if (!isOld) row.emplace_back(nic.adminUp ? "Up" : "Down");
     row.insert(row.end(),
                {nic.link, std::to_string(isUp ? nic.speedMbps : 0), isUp ? "Full" : "Half", nic.mac,
@@ -106,30 +115,32 @@ COMMAND_ANSWER nic_list_answer(const std::vector<SCENARIO_NIC> &nics, const std:
     if (mode == "cut") // within the last row's first cells
         answer.output.resize(answer.output.rfind('\n', answer.output.size() - 2) + 1 + 20);
     if (mode == "blank") answer.output += '\n';
-    if (mode == "hangs") answer.delaySeconds = NIC_LIST_DELAY;
+    if (mode == "hangs") answer.delaySeconds = NIC_LIST_DELAY_SECONDS;
     return answer;
 }
 
-std::string nic_details_text(const SCENARIO_NIC &nic) {
-    const bool isUp = nic.link == "Up";
-    const bool isFibre = nic.cable == "FIBRE" || nic.cable == "DA";
+std::string nic_details_text(const SCENARIO_NIC &nic, const std::string &mode) {
+    const bool isUp = nic.link == "Up", isCopper = nic.cable == "Twisted Pair";
+    const std::string copper = isCopper ? "true" : "false";
     const auto line = [](const char *label, const std::string &value, int indent = 3) {
         return std::string(static_cast<std::size_t>(indent), ' ') + label + ": " + value + "\n";
     };
-    std::string bus = nic.address; // told with a colon in front of the function
-    if (const std::size_t dot = bus.rfind('.'); dot != std::string::npos) bus[dot] = ':';
-    return line("Advertised Auto Negotiation", isFibre ? "false" : "true") +
-           line("Advertised Link Modes", format_text("Auto, %dBaseT/Full", nic.speedMbps)) +
-           line("Auto Negotiation", isFibre ? "false" : "true") + line("Cable Type", nic.cable) +
-           line("Current Message Level", "-1") + line("Driver Info", "") +
+    std::string bus = mode == "old" ? old_address(nic.address) : nic.address;
+    // Newer hosts tell a colon in front of the function.
+    if (const std::size_t dot = bus.rfind('.'); dot != std::string::npos && mode != "old")
+        bus[dot] = ':';
+    return line("Advertised Auto Negotiation", copper) +
+           line("Advertised Link Modes",
+                format_text(isCopper ? "Auto, %dBaseT/Full" : "%dNone/Full", nic.speedMbps)) +
+           line("Auto Negotiation", copper) + line("Cable Type", nic.cable) +
+           line("Current Message Level", isCopper ? "-1" : "0") + line("Driver Info", "") +
            line("Bus Info", bus, 9) + line("Driver", nic.driver, 9) +
            line("Firmware Version", nic.firmware, 9) + line("Version", nic.driverVersion, 9) +
            line("Link Detected", isUp ? "true" : "false") + line("Link Status", nic.link + " ") +
-           line("Name", nic.name) + line("PHYAddress", "0") + line("Pause Autonegotiate", "true") +
+           line("Name", nic.name) + line("PHYAddress", "0") + line("Pause Autonegotiate", copper) +
            line("Pause RX", "false") + line("Pause TX", "false") +
-           line("Supported Ports", isFibre ? "FIBRE" : "TP") +
-           line("Supports Auto Negotiation", isFibre ? "false" : "true") +
-           line("Supports Pause", "true") + line("Supports Wakeon", "true") +
-           line("Transceiver", isFibre ? "" : "internal") + line("Virtual Address", nic.mac) +
-           line("Wakeon", "MagicPacket(tm)");
+           line("Supported Ports", isCopper ? "TP" : "FIBRE") +
+           line("Supports Auto Negotiation", copper) + line("Supports Pause", "true") +
+           line("Supports Wakeon", copper) + line("Transceiver", isCopper ? "internal" : "") +
+           line("Virtual Address", nic.mac) + line("Wakeon", isCopper ? "MagicPacket(tm)" : "None");
 }

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -55,7 +57,7 @@ TEST_F(LabLocalcli, PrintsListAndDetails) {
     EXPECT_EQ(run("network nic list"), 0);
     EXPECT_EQ(out, nic_list_answer(scenario.host.nics, "works").output);
     EXPECT_EQ(run("network nic get -n vmnic1"), 0);
-    EXPECT_EQ(out, nic_details_text(scenario.host.nics[1]));
+    EXPECT_EQ(out, nic_details_text(scenario.host.nics[1], "works"));
 }
 
 TEST_F(LabLocalcli, FailsWhileItIsToldTo) {
@@ -77,6 +79,23 @@ TEST_F(LabLocalcli, KnowsNoAdapterThatIsGone) {
     scenario.host.nics[0].present = true;
     write();
     EXPECT_EQ(run("network nic get -n vmnic0"), 0);
+    EXPECT_NE(out, "");
+}
+
+TEST_F(LabLocalcli, IsLateByTheLabsTime) {
+    const HostRoot fast(folder.path() + "/root", 10'000);
+    scenario.nicList = "hangs";
+    std::string error;
+    ASSERT_TRUE(fast.writeFacts(scenario, error)) << error;
+    std::string way;
+    std::getline(std::ifstream(root.factsFolder() + "/localcli-network-nic-list.way"), way);
+    EXPECT_EQ(way, "0 0.018");
+    EXPECT_EQ(run("network nic list"), 0);
+    EXPECT_EQ(out, nic_list_answer(scenario.host.nics, "works").output);
+    EXPECT_EQ(std::filesystem::file_size(folder.path() + "/stderr"), 0u);
+    // Both at once: later than others and without success.
+    std::ofstream(root.factsFolder() + "/localcli-network-nic-list.way") << "3 0.001\n";
+    EXPECT_EQ(run("network nic list"), 3);
     EXPECT_NE(out, "");
 }
 

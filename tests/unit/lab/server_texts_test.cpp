@@ -156,6 +156,30 @@ TEST(HostFacts, PciList) {
     EXPECT_NE(text.find("   Physical Slot: 4294967295\n   Slot Description: \n"),
               std::string::npos);
     EXPECT_NE(text.find("   Dependent Device: PCI 0:36:0:0\n"), std::string::npos);
+    EXPECT_NE(text.find("   Physical Slot: 4294967295\n"
+                        "   Slot Description: PCI 0000:c3:00.1 r001u01p0i00\n"
+                        "   Passthru Capable: true\n"),
+              std::string::npos);
+}
+
+TEST(HostFacts, PciListNumbersSlotsAsTheFirmwareDoes) {
+    SCENARIO scenario;
+    scenario.host.pci.resize(2);
+    scenario.host.pci[0].address = "0000:24:00.0";
+    scenario.host.pci[1].address = "0000:25:00.0";
+    scenario.machine.slots.resize(2);
+    scenario.machine.slots[0].address = "0000:25:00.0";
+    scenario.machine.slots[0].designation = "two\nlines";
+    scenario.machine.slots[1].address = "0000:24:00.0";
+    scenario.machine.slots[1].id = 300;
+    const std::string text = pci_list_text(scenario);
+    const std::size_t first = text.find("   Physical Slot: 300\n   Slot Description: \n"
+                                        "   Device Layer Bus Address: s00000300.00\n"
+                                        "   Passthru Capable: true\n"),
+                      second = text.find("   Physical Slot: 1\n   Slot Description: two.lines\n"
+                                         "   Device Layer Bus Address: s00000001.00\n");
+    EXPECT_LT(first, second);
+    EXPECT_NE(second, std::string::npos);
 }
 
 TEST(HostFacts, Configuration) {
