@@ -35,6 +35,7 @@ void VendorWorld::refreshLocked() {
     const char *path = std::getenv("ORB_LAB_WORLD");
     struct stat now {};
     if (path == nullptr || ::stat(path, &now) != 0) {
+        if (readInode != 0) ++editions;
         world = Json::Value();
         readInode = 0;
         return;
@@ -46,6 +47,21 @@ void VendorWorld::refreshLocked() {
     readInode = now.st_ino;
     readSize = now.st_size;
     readAt = now.st_mtim;
+    ++editions;
+}
+
+std::uint64_t VendorWorld::edition() {
+    const std::lock_guard<std::mutex> guard(lock);
+    refreshLocked();
+    return editions;
+}
+
+Json::Value VendorWorld::hbaLibrary(const std::string &fileName, std::uint64_t &seen) {
+    const std::lock_guard<std::mutex> guard(lock);
+    refreshLocked();
+    seen = editions;
+    if (!world.isObject() || !world["hba"].isObject()) return {};
+    return world["hba"][fileName];
 }
 
 bool VendorWorld::encoderRefuses() {
