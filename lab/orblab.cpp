@@ -128,6 +128,8 @@ int main(int argc, char **argv) {
         settings.scenario.timeline.clear();
         std::erase_if(settings.scenario.commands, is_server_command);
         settings.scenario.lastStartAgo.reset();
+        settings.scenario.host.fc = {};
+        settings.scenario.host.fc.hasConf = false;
     }
     settings.places = places;
     settings.outputFolder = options.output;

@@ -21,9 +21,9 @@ namespace {
 struct DOORS {
     explicit DOORS(const LIFE_SETTINGS &s)
         : files(s.root), devices(s.root, s.controlSocket),
-          commands(s.answerFromMemory, s.lineCount, s.countedStart), libraries(s.vendorFolder),
-          clock(s.time), identity(s.hostFacts + "/identity.json", s.time),
-          syslog(s.root + "/var/log/syslog") {
+          commands(s.answerFromMemory, s.lineCount, s.countedStart),
+          libraries(s.vendorFolder, s.encoderFolder), clock(s.time),
+          identity(s.hostFacts + "/identity.json", s.time), syslog(s.root + "/var/log/syslog") {
         IorbHostFiles::replace(&files);
         IorbHostDevices::replace(&devices);
         IorbHostCommands::replace(&commands);

@@ -14,7 +14,8 @@ struct LIFE_SETTINGS {
     std::string root;           ///< absolute; the simulated server's files
     std::string commandFolders; ///< put in front of PATH
     std::string hostFacts;      ///< folder with what the host commands print
-    std::string vendorFolder;   ///< vendor libraries
+    std::string vendorFolder;   ///< vendor libraries but the next
+    std::string encoderFolder;  ///< location encoders
     std::string vendorWorld;    ///< file with what they are told
     std::string outputFile;     ///< takes standard output and standard error
     LabTime time;

@@ -10,8 +10,9 @@ void LabSyslog::write(const char *ident, int, int priority, const char *text) {
 }
 
 void *LabLibraries::open(const char *name, int flags) {
-    const std::string wanted(name);
-    return ::dlopen((folder + "/" + wanted.substr(wanted.rfind('/') + 1)).c_str(), flags);
+    const std::string path(name), wanted = path.substr(path.rfind('/') + 1);
+    const std::string &from = wanted.starts_with("libgeoenc") ? encoders : folder;
+    return ::dlopen((from + "/" + wanted).c_str(), flags);
 }
 
 void *LabLibraries::symbol(void *library, const char *name) {

@@ -28,15 +28,19 @@ private:
     std::mutex lock; // one line at a time
 };
 
-/// Vendor libraries by their base name from one folder; nothing of the real host is loaded.
+/// Vendor libraries by their base name from one folder, the location encoders from one of their
+/// own; nothing of the real host is loaded.
 class LabLibraries final : public IorbHostLibraries {
 public:
-    explicit LabLibraries(std::string vendorFolder) : folder(std::move(vendorFolder)) {}
+    explicit LabLibraries(const std::string &vendorFolder)
+        : LabLibraries(vendorFolder, vendorFolder) {}
+    LabLibraries(std::string vendorFolder, std::string encoderFolder)
+        : folder(std::move(vendorFolder)), encoders(std::move(encoderFolder)) {}
     void *open(const char *name, int flags) override;
     void *symbol(void *library, const char *name) override;
     int close(void *library) override;
     char *error() override;
 
 private:
-    const std::string folder;
+    const std::string folder, encoders;
 };

@@ -11,6 +11,7 @@
 #include "core/number_readers.h"
 #include "core/orbModuleTags.h"
 #include "world/ethernet_report.h"
+#include "world/fc_report.h"
 #include "world/summary.h"
 
 namespace {
@@ -48,6 +49,7 @@ const char *manager_of(const std::string &id) {
 }
 std::string manager_with(const std::string &tag) {
     if (tag == HOST_RM) return "HostOSInfo";
+    if (tag == FC_RM) return "FibreChannelDevices";
     return tag == NIC_RM ? "EthernetDevices" : tag;
 }
 } // namespace
@@ -80,13 +82,14 @@ std::vector<std::string> LogTail::newLines() {
     return lines;
 }
 
-std::optional<std::string> DaemonProgress::adapter(const std::string &rest) {
-    const std::size_t brace = rest.find('{');
+std::optional<std::string> DaemonProgress::adapter(const std::string &line) {
+    const bool isFc = tag_of(line) == FC_RM;
+    const std::size_t brace = line.find('{');
     Json::Value object;
-    if (brace == std::string::npos || !parse_json(rest.substr(brace), object)) return std::nullopt;
-    const Json::Value name = member_at(object, "Oem.DeviceName");
+    if (brace == std::string::npos || !parse_json(line.substr(brace), object)) return std::nullopt;
+    const Json::Value name = member_at(object, isFc ? "WWNN" : "Oem.DeviceName");
     if (!name.isString()) return std::nullopt;
-    std::string text = "adapter " + adapter_text(object);
+    std::string text = "adapter " + (isFc ? fc_adapter_text(object) : adapter_text(object));
     const auto known = adapters.find(name.asString());
     if (known == adapters.end()) {
         if (adapters.size() == ADAPTER_LIMIT) return std::nullopt;
@@ -96,6 +99,12 @@ std::optional<std::string> DaemonProgress::adapter(const std::string &rest) {
     if (known->second == text) return std::nullopt;
     known->second = text;
     return text;
+}
+
+std::optional<std::string> DaemonProgress::firstCache(const std::string &tag) {
+    if (std::find(cached.begin(), cached.end(), tag) != cached.end()) return std::nullopt;
+    cached.push_back(tag);
+    return "manager " + manager_with(tag) + ": first cache built";
 }
 
 std::optional<std::string> DaemonProgress::read(const std::string &line) {
@@ -111,13 +120,9 @@ std::optional<std::string> DaemonProgress::read(const std::string &line) {
         const std::string manager = manager_of(*rest);
         return format_text("readiness pass %d: %s not ready", ++unready[manager], manager.c_str());
     }
-    if (const auto rest = behind(line, "Printing Ethernet Instance ")) return adapter(*rest);
-    if (line.find("Exiting CacheBuild") != std::string::npos) {
-        const std::string tag = tag_of(line);
-        if (std::find(cached.begin(), cached.end(), tag) != cached.end()) return std::nullopt;
-        cached.push_back(tag);
-        return "manager " + manager_with(tag) + ": first cache built";
-    }
+    if (line.find(": Printing ") != std::string::npos) return adapter(line);
+    if (line.find("Exiting CacheBuild") != std::string::npos) return firstCache(tag_of(line));
+    if (line.find("FC cache status 1") != std::string::npos) return firstCache(FC_RM);
     if (line.find("Success in delivering inventory string to RMC!") != std::string::npos)
         return "inventory delivered";
     if (line.find("An Error occurred in delivering inventory string to RMC!") != std::string::npos)

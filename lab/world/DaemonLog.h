@@ -31,7 +31,8 @@ public:
     std::optional<std::string> read(const std::string &logLine);
 
 private:
-    std::optional<std::string> adapter(const std::string &rest);
+    std::optional<std::string> adapter(const std::string &line);
+    std::optional<std::string> firstCache(const std::string &tag);
 
     std::map<std::string, std::string> adapters; // what was last told, by name
     std::vector<std::string> cached;             // module tags whose first cache is there

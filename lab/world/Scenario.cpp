@@ -3,110 +3,24 @@
 #include <arpa/inet.h>
 
 #include <fstream>
-#include <functional>
-#include <initializer_list>
 #include <sstream>
 
 #include "core/format_text.h"
 #include "core/json_text.h"
-#include "core/number_readers.h"
+#include "world/ScenarioMembers.h"
+#include "world/fc_changes.h"
 #include "world/lab_command.h"
 #include "world/nic_facts.h"
+#include "world/scenario_fc.h"
 
 namespace {
 constexpr int BASE_LIMIT = 8;
 constexpr std::size_t SIZE_LIMIT = 4u << 20; // bytes of a file, which may be any device
 
-/// Reads members of one JSON object with a type each, and remembers the first thing that is wrong.
-/// Whoever reads an object names all its members, so a misspelt one is told.
-class Members {
-public:
-    Members(const Json::Value &object, std::string objectPlace, std::string &firstError)
-        : value(object), place(std::move(objectPlace)), error(firstError) {
-        if (!value.isNull() && !value.isObject()) fail("", "must be an object");
-    }
-
-    void only(std::initializer_list<const char *> names) {
-        if (!value.isObject()) return;
-        for (const std::string &name : value.getMemberNames()) {
-            bool known = false;
-            for (const char *each : names) known = known || name == each;
-            if (!known) fail(name, "unknown key");
-        }
-    }
-    bool has(const char *name) const { return value.isObject() && value.isMember(name); }
-    const Json::Value &at(const char *name) const {
-        return has(name) ? value[name] : Json::Value::nullSingleton();
-    }
-    void text(const char *name, std::string &out, std::size_t limit = 1000) {
-        if (!has(name)) return;
-        if (!at(name).isString()) return fail(name, "must be a text");
-        if (at(name).asString().size() > limit)
-            return fail(name, format_text("longer than %zu characters", limit));
-        out = at(name).asString();
-    }
-    void flag(const char *name, bool &out) {
-        if (!has(name)) return;
-        if (!at(name).isBool()) return fail(name, "must be true or false");
-        out = at(name).asBool();
-    }
-    template <typename Number>
-    void number(const char *name, Number &out, std::int64_t from, std::int64_t to) {
-        if (!has(name)) return;
-        const Json::Value &given = at(name);
-        if (!given.isInt64() || given.asInt64() < from || given.asInt64() > to)
-            return fail(name,
-                        format_text("must be a whole number from %lld to %lld",
-                                    static_cast<long long>(from), static_cast<long long>(to)));
-        out = static_cast<Number>(given.asInt64());
-    }
-    /// A PCI id: a number, or a text such as "0x8086".
-    void id(const char *name, std::uint16_t &out) {
-        if (!has(name) || !at(name).isString()) return number(name, out, 0, 0xFFFF);
-        const std::string text = at(name).asString();
-        if (!text.starts_with("0x") || text.size() < 3 || text.size() > 6 ||
-            text.find_first_not_of("0123456789abcdefABCDEF", 2) != std::string::npos)
-            return fail(name, "must be an id such as 0x8086");
-        out = static_cast<std::uint16_t>(read_hexadecimal(text.substr(2)));
-    }
-    void seconds(const char *name, double &out) {
-        if (!has(name)) return;
-        const Json::Value &given = at(name);
-        if (!given.isNumeric() || given.asDouble() < 0 || given.asDouble() > 1e9)
-            return fail(name, "must be a number of seconds, 0 or more");
-        out = given.asDouble();
-    }
-    void list(const char *name, const std::function<void(const Json::Value &, std::string)> &each) {
-        if (!has(name)) return;
-        if (!at(name).isArray()) return fail(name, "must be an array");
-        for (Json::ArrayIndex i = 0; i < at(name).size(); ++i)
-            each(at(name)[i], path(name) + format_text("[%u]", i));
-    }
-    std::string path(const std::string &name) const {
-        if (name.empty()) return place;
-        return place.empty() ? name : place + "." + name;
-    }
-    void fail(const std::string &name, const std::string &what) {
-        if (error.empty()) error = (path(name).empty() ? "scenario" : path(name)) + ": " + what;
-    }
-
-private:
-    const Json::Value &value;
-    const std::string place;
-    std::string &error;
-};
-
 bool require_object(const Json::Value &value, const std::string &place, std::string &error) {
     if (value.isObject()) return true;
     if (error.empty()) error = place + ": must be an object";
     return false;
-}
-
-void check_address(Members &members, const char *name, const std::string &text) {
-    std::uint16_t segment = 0;
-    std::uint8_t bus = 0, deviceFunction = 0;
-    if (!read_pci_address(text, segment, bus, deviceFunction))
-        members.fail(name, "must be a PCI address such as 0000:24:00.0");
 }
 
 SCENARIO_DEVICE read_device(const Json::Value &value, const std::string &place, bool isSlot,
@@ -129,7 +43,7 @@ SCENARIO_DEVICE read_device(const Json::Value &value, const std::string &place, 
     if (members.has("address")) {
         std::string address;
         members.text("address", address);
-        check_address(members, "address", address);
+        members.address("address", address);
         device.address = address;
     }
     if (members.has("length")) {
@@ -169,7 +83,7 @@ SCENARIO_PCI read_pci(const Json::Value &value, const std::string &place, std::s
     members.only({"address", "vendor", "device", "subVendor", "subDevice", "class", "className",
                   "vendorName", "deviceName", "kernelName"});
     members.text("address", device.address);
-    check_address(members, "address", device.address);
+    members.address("address", device.address);
     members.id("vendor", device.vendor);
     members.id("device", device.device);
     members.id("subVendor", device.subVendor);
@@ -184,13 +98,8 @@ SCENARIO_PCI read_pci(const Json::Value &value, const std::string &place, std::s
 
 /// The tables of the host's commands are read by lines and words.
 void check_nic_texts(Members &members, const SCENARIO_NIC &nic) {
-    const auto isLine = [](const std::string &text) {
-        for (const char c : text)
-            if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) return false;
-        return true;
-    };
     for (const auto &[name, text] : {std::pair{"driver", &nic.driver}, std::pair{"mac", &nic.mac}})
-        if (text->empty() || !isLine(*text) || text->find(' ') != std::string::npos)
+        if (text->empty() || !is_line(*text) || text->find(' ') != std::string::npos)
             members.fail(name, "must be one word");
     if (nic.description.find_first_not_of(' ') == std::string::npos)
         members.fail("description", "must be given, or vendorName and deviceName");
@@ -198,7 +107,7 @@ void check_nic_texts(Members &members, const SCENARIO_NIC &nic) {
          {std::pair{"driverVersion", &nic.driverVersion}, std::pair{"firmware", &nic.firmware},
           std::pair{"cable", &nic.cable}, std::pair{"vendorName", &nic.vendorName},
           std::pair{"deviceName", &nic.deviceName}, std::pair{"description", &nic.description}})
-        if (!isLine(*text)) members.fail(name, "must be one line");
+        members.oneLine(name, *text);
 }
 
 SCENARIO_NIC read_nic(const Json::Value &value, const std::string &place, std::string &error) {
@@ -228,11 +137,8 @@ SCENARIO_NIC read_nic(const Json::Value &value, const std::string &place, std::s
     members.flag("present", nic.present);
     members.number("speedMbps", nic.speedMbps, 0, 1'000'000'000);
     members.number("mtu", nic.mtu, 0, 65535);
-    // The name becomes part of a file's name.
-    if (nic.name.empty() ||
-        nic.name.find_first_not_of("0123456789abcdefghijklmnopqrstuvwxyz") != std::string::npos)
-        members.fail("name", "must be small letters and digits");
-    if (nic.address != NO_PCI_DEVICE) check_address(members, "address", nic.address);
+    members.fileWord("name", nic.name); // it becomes part of a file's name
+    if (nic.address != NO_PCI_DEVICE) members.address("address", nic.address);
     if (!is_link_word(nic.link)) members.fail("link", "must be Up, Down or Unknown");
     return nic;
 }
@@ -241,7 +147,7 @@ void read_host(const Json::Value &value, SCENARIO_HOST &host, std::string &error
     Members members(value, "host", error);
     members.only({"name", "osName", "osVersion", "build", "update", "patch", "kernelName",
                   "kernelRelease", "kernelVersion", "kernelMachine", "memoryMBytes", "freeMBytes",
-                  "uptimeSeconds", "addresses", "pci", "nics"});
+                  "uptimeSeconds", "addresses", "pci", "nics", "fc"});
     members.text("name", host.name, 64);
     members.text("osName", host.osName);
     members.text("osVersion", host.osVersion);
@@ -275,10 +181,15 @@ void read_host(const Json::Value &value, SCENARIO_HOST &host, std::string &error
             if (host.nics[i].name == host.nics.back().name && error.empty())
                 error = place + ".name: is there twice";
     });
+    if (members.has("fc")) read_scenario_fc(members.at("fc"), "host.fc", host.fc, error);
     if (host.name.empty()) members.fail("name", "must not be empty");
 }
 
 bool has_subject(const SCENARIO_HOST &host, const LAB_COMMAND &command, std::string &error) {
+    if (command.kind == LAB_COMMAND::Kind::FC || command.kind == LAB_COMMAND::Kind::HBA) {
+        SCENARIO_FC tried = host.fc;
+        return change_fc(tried, command, error);
+    }
     if (command.kind != LAB_COMMAND::Kind::NIC) return true;
     for (const SCENARIO_NIC &each : host.nics)
         if (each.name == command.subject) return true;

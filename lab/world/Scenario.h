@@ -44,6 +44,41 @@ struct SCENARIO_NIC {
     int speedMbps = 1000, mtu = 1500; ///< the speed while the link is up
 };
 
+struct SCENARIO_FC_PORT {
+    std::string wwn;              ///< the port's name, "21:00:02:00:5e:00:00:a1"
+    std::string state = "online"; ///< a word of HBA_STATE_WORDS
+    std::uint32_t id = 0;         ///< in its fabric, 24 bits; told while it is online
+    /// Where the port is a device of its own: its name and PCI address in place of the adapter's.
+    std::string name, address;
+};
+
+/// A Fibre Channel adapter, in its library's list, in that of the host and in that of PCI devices.
+struct SCENARIO_FC_ADAPTER {
+    std::string name, address; ///< "vmhba3"; "0000:24:00.0"
+    std::string wwn;           ///< the node's name, "20:00:02:00:5e:00:00:a1"
+    std::string model, description, serial, hardware, rom, firmware, driver, driverVersion;
+    std::string vendorName, deviceName;
+    std::uint16_t vendor = 0, device = 0, subVendor = 0, subDevice = 0;
+    int speedGbps = 16; ///< while a port is online
+    bool present = true;
+    std::vector<SCENARIO_FC_PORT> ports;
+};
+
+/// A vendor's library as hba.conf names it.
+struct SCENARIO_FC_LIBRARY {
+    std::string name, path; ///< "com.example.fabric"; "/usr/lib64/libexamplefabric.so"
+    std::vector<SCENARIO_FC_ADAPTER> adapters;
+    std::vector<std::string> fails; ///< calls that fail, each one of is_hba_call
+
+    std::string file() const { return path.substr(path.rfind('/') + 1); }
+};
+
+struct SCENARIO_FC {
+    std::vector<SCENARIO_FC_LIBRARY> libraries;
+    bool hasConf = true;             ///< false: there is no hba.conf
+    std::optional<std::string> conf; ///< its text, in place of a line for each library
+};
+
 struct SCENARIO_ADDRESS {
     std::string interface, address;
 };
@@ -55,6 +90,7 @@ struct SCENARIO_HOST {
     std::vector<SCENARIO_ADDRESS> addresses;
     std::vector<SCENARIO_PCI> pci;
     std::vector<SCENARIO_NIC> nics;
+    SCENARIO_FC fc;
 };
 
 /// When a step of the timeline is due: all that it names must hold, then `wait` seconds pass.

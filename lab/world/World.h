@@ -91,6 +91,7 @@ private:
     bool runCommand(const std::string &line, std::string &error);
     bool runLifeCommand(const LAB_COMMAND &command, std::string &error);
     bool changeNic(const LAB_COMMAND &command, std::string &error);
+    bool changeFc(const LAB_COMMAND &command, std::string &error);
     bool setFact(const LAB_COMMAND &command, std::string &error);
     void readLog();
     void finish(bool good, const std::string &why);

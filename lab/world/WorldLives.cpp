@@ -15,6 +15,8 @@
 #include "core/number_readers.h"
 #include "life/DaemonLife.h"
 #include "world/World.h"
+#include "world/fc_changes.h"
+#include "world/fc_facts.h"
 
 namespace {
 constexpr std::int64_t NS = 1'000'000'000;
@@ -85,10 +87,10 @@ bool World::startLife() {
     its.root = root.path();
     its.commandFolders = settings.realHost ? settings.places.libexec : settings.places.commands;
     its.hostFacts = root.factsFolder();
-    its.vendorFolder = settings.places.vendor;
-    // A daemon looks for its libraries once, so this holds for the whole of its life.
-    if (scenario.encoder == "missing") its.vendorFolder += "/missing";
-    if (scenario.encoder == "incomplete") its.vendorFolder += "/incomplete";
+    its.vendorFolder = its.encoderFolder = settings.places.vendor;
+    // A daemon looks for its encoder once, so this holds for the whole of its life.
+    if (scenario.encoder == "missing") its.encoderFolder += "/missing";
+    if (scenario.encoder == "incomplete") its.encoderFolder += "/incomplete";
     its.vendorWorld = root.vendorWorld();
     its.outputFile = root.path() + "/var/log/orbd.out";
     its.time = time;
@@ -243,8 +245,13 @@ bool World::runCommand(const std::string &line, std::string &error) {
         return setFact(command, error);
     case Kind::NIC:
         return changeNic(command, error);
+    case Kind::FC:
+    case Kind::HBA:
+        return changeFc(command, error);
     case Kind::SHOW:
-        outputs.note(now(), received.shown(command.subject));
+        outputs.note(now(), command.subject == "hba"
+                                ? hba_calls_text(scenario.host.fc, root.factsFolder())
+                                : received.shown(command.subject));
         return true;
     case Kind::QUIT:
         finish(true, "asked to end");
@@ -288,6 +295,16 @@ bool World::changeNic(const LAB_COMMAND &command, std::string &error) {
     }
     error = "nic " + command.subject + ": no such adapter";
     return false;
+}
+
+bool World::changeFc(const LAB_COMMAND &command, std::string &error) {
+    const bool isCall = command.kind == LAB_COMMAND::Kind::HBA;
+    if (settings.realHost) {
+        error = (isCall ? "hba " : "fc ") + command.subject +
+                ": this machine's own adapters are in use";
+        return false;
+    }
+    return change_fc(scenario.host.fc, command, error) && root.writeFacts(scenario, error);
 }
 
 bool World::setFact(const LAB_COMMAND &command, std::string &error) {

@@ -4,6 +4,7 @@
 
 #include "core/format_text.h"
 #include "core/json_text.h"
+#include "world/fc_facts.h"
 #include "world/nic_facts.h"
 #include "world/summary.h"
 
@@ -94,6 +95,7 @@ std::string pci_list_text(const SCENARIO &scenario) {
     std::vector<SCENARIO_PCI> devices = scenario.host.pci;
     for (const SCENARIO_NIC &each : scenario.host.nics)
         if (each.present && each.address != NO_PCI_DEVICE) devices.push_back(pci_device_of(each));
+    for (const SCENARIO_PCI &each : fc_pci_devices(scenario.host.fc)) devices.push_back(each);
     std::stable_sort(devices.begin(), devices.end(), [](const auto &one, const auto &other) {
         return one.address < other.address;
     });

@@ -9,6 +9,9 @@
 #include <vector>
 
 #include "core/format_text.h"
+#include "core/json_text.h"
+#include "fc/hba_loader.h"
+#include "world/fc_facts.h"
 #include "world/host_facts.h"
 #include "world/nic_facts.h"
 #include "world/smbios_table.h"
@@ -119,9 +122,13 @@ bool HostRoot::writeFacts(const SCENARIO &scenario, std::string &error) const {
                                      each.present ? 0 : 1};
         if (!writeAnswer(name, details, error)) return false;
     }
+    Json::Value world;
+    world["encoder"] = scenario.encoder;
+    world["hba"] = hba_world(scenario.host.fc);
     return writeAnswer("localcli-network-nic-list",
                        nic_list_answer(scenario.host.nics, scenario.nicList), error) &&
-           write("/lab/host/vendor.json", "{\"encoder\": \"" + scenario.encoder + "\"}\n", error) &&
+           write("/lab/host/vendor.json", compact_json(world) + "\n", error) &&
+           write("/lab/host/localcli-storage-san-fc-list", fc_list_text(scenario.host.fc), error) &&
            write("/lab/host/localcli-system-version-get", system_version_text(scenario.host),
                  error) &&
            write("/lab/host/localcli-hardware-pci-list", pci_list_text(scenario), error) &&
@@ -133,6 +140,9 @@ bool HostRoot::writeHost(const SCENARIO &scenario, bool keep, std::string &error
     const std::vector<std::uint8_t> image = smbios_table(scenario.machine);
     const std::string config = "/etc/config/vantor/orb/orb.conf";
     std::error_code failure;
+    fs::remove(root + HBA_CONF_FILE, failure);
+    if (scenario.host.fc.hasConf && !write(HBA_CONF_FILE, hba_conf_text(scenario.host.fc), error))
+        return false;
     if (scenario.config.isNull()) {
         fs::remove(root + config, failure);
     } else if (!(keep && fs::exists(root + config, failure)) &&

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/number_readers.h"
+#include "vendor/hba_handlers.h"
 #include "world/nic_facts.h"
 
 namespace {
@@ -14,6 +15,7 @@ constexpr double DOWN_SECONDS = 30;
 constexpr std::size_t SHOWN_LINE = 60; // bytes of a line that is no command
 constexpr std::int64_t LONGEST_DELAY_MS = 600'000;
 constexpr std::size_t LONGEST_NAME = 15; // of an interface
+constexpr std::size_t LONGEST_WWN = 23;
 
 std::vector<std::string> words_of(const std::string &line) {
     std::istringstream stream(line);
@@ -149,6 +151,44 @@ bool parse_nic(const std::vector<std::string> &words, LAB_COMMAND &command, std:
     return false;
 }
 
+bool parse_fc(const std::vector<std::string> &words, LAB_COMMAND &command, std::string &error) {
+    command.kind = LAB_COMMAND::Kind::FC;
+    error = "fc: say which and what, such as \"fc vmhba3 linkdown\" or \"fc vmhba3 1 offline\": "
+            "online, offline, bypassed, diagnostics, linkdown, error, loopback, unknown, remove, "
+            "add";
+    if (words.size() != 3 && words.size() != 4) return false;
+    if (words[1].size() > LONGEST_WWN) {
+        error = "fc: a name has at most " + std::to_string(LONGEST_WWN) + " characters";
+        return false;
+    }
+    command.subject = words[1];
+    command.value = words.back();
+    const bool isWhole = command.value == "remove" || command.value == "add";
+    if (words.size() == 4) {
+        const auto port = number_of(words[2], 255);
+        if (isWhole || !port) return false;
+        command.detail = std::to_string(*port);
+    }
+    if (!isWhole && !is_hba_state(command.value)) return false;
+    error.clear();
+    return true;
+}
+
+bool parse_hba(const std::vector<std::string> &words, LAB_COMMAND &command, std::string &error) {
+    command.kind = LAB_COMMAND::Kind::HBA;
+    if (words.size() != 4 || (words[3] != "works" && words[3] != "fails")) {
+        error = "hba: say a library or all, a call and works or fails, such as \"hba all "
+                "OpenAdapter fails\"";
+        return false;
+    }
+    command.subject = words[1];
+    command.detail = words[2];
+    command.value = words[3];
+    if (is_hba_call(command.detail)) return true;
+    error = "hba: \"" + command.detail + "\" is no call of a library";
+    return false;
+}
+
 constexpr const char *HELP_ON_RMC =
     "door-bell [generic]          the RMC asks for a fresh inventory\n"
     "rmc status N | exit N | completion N | delay MS | handle N | short N | silent | normal\n"
@@ -161,19 +201,27 @@ constexpr const char *HELP_ON_SERVER =
     "set host name X | os X | version X | memory MB | free MB | address A[,B] or none\n"
     "nic NAME up | down | unknown the link of an Ethernet adapter\n"
     "nic NAME remove | add        the adapter goes and comes back\n"
+    "fc NAME [PORT] online | offline | bypassed | diagnostics | linkdown | error | loopback |\n"
+    "    unknown                  a Fibre Channel adapter's ports; NAME may be a world-wide name\n"
+    "fc NAME remove | add         the adapter goes and comes back\n"
+    "hba LIBRARY|all CALL fails | works\n"
+    "                             a call of a vendor's library, such as OpenAdapter\n"
     "set nics works | fails | empty | headless | cut | short | blank | old | binary | huge |\n"
     "    hangs                    the list of adapters\n"
     "set encoder works | refuses  the encoder of locations, at once;\n"
     "    missing | incomplete     from the daemon's next start on\n"
     "set esxtop works | fails | empty | garbled\n"
     "set ipmi on | off            the IPMI device comes and goes\n";
+constexpr const char *HELP_ON_CALLS =
+    "show hba                     how often the vendors' libraries were called\n";
 constexpr const char *HELP_ON_THE_REST = "show inventory | events | violations | summary\n"
                                          "help\n"
                                          "quit\n";
 } // namespace
 
 std::string lab_command_help(bool withServer) {
-    return std::string(HELP_ON_RMC) + (withServer ? HELP_ON_SERVER : "") + HELP_ON_THE_REST;
+    return std::string(HELP_ON_RMC) + (withServer ? HELP_ON_SERVER : "") +
+           (withServer ? HELP_ON_CALLS : "") + HELP_ON_THE_REST;
 }
 
 bool is_about_server(const LAB_COMMAND &command) {
@@ -184,8 +232,12 @@ bool is_about_server(const LAB_COMMAND &command) {
     case Kind::REBOOT_HOST:
     case Kind::CRASH_HOST:
     case Kind::NIC:
+    case Kind::FC:
+    case Kind::HBA:
     case Kind::SET:
         return true;
+    case Kind::SHOW:
+        return command.subject == "hba";
     default:
         return false;
     }
@@ -206,6 +258,8 @@ bool parse_lab_command(const std::string &line, LAB_COMMAND &command, std::strin
 
     if (verb == "rmc") return parse_rmc(words, command, error);
     if (verb == "nic") return parse_nic(words, command, error);
+    if (verb == "fc") return parse_fc(words, command, error);
+    if (verb == "hba") return parse_hba(words, command, error);
     if (verb == "set") return parse_set(words, command, error);
     if (words.size() == 1 && (verb == "help" || verb == "quit")) {
         command.kind = verb == "help" ? Kind::HELP : Kind::QUIT;
@@ -235,7 +289,7 @@ bool parse_lab_command(const std::string &line, LAB_COMMAND &command, std::strin
     }
     if (words.size() == 2 && verb == "show" &&
         (object == "inventory" || object == "events" || object == "violations" ||
-         object == "summary")) {
+         object == "summary" || object == "hba")) {
         command.kind = Kind::SHOW;
         command.subject = object;
         return true;

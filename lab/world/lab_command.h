@@ -18,6 +18,8 @@ struct LAB_COMMAND {
         REBOOT_HOST,
         CRASH_HOST,
         NIC,
+        FC,
+        HBA,
         SET,
         SHOW,
         QUIT,
@@ -25,7 +27,9 @@ struct LAB_COMMAND {
     Kind kind = Kind::NOTHING;
     RMC_BEHAVIOUR behaviour; ///< of RMC
     /// Of SET: what, and to what. Of NIC: which, and Up, Down, Unknown, remove or add. SHOW: what.
+    /// Of FC: which, and a state, remove or add. Of HBA: a library or "all", and works or fails.
     std::string subject, value;
+    std::string detail;     ///< of FC: the port's place, empty for each; of HBA: the call
     double downSeconds = 0; ///< of the host's ends
 };
 

@@ -7,6 +7,7 @@
 #include "core/number_readers.h"
 #include "vendor/location_code.h"
 #include "world/ethernet_report.h"
+#include "world/fc_report.h"
 
 namespace {
 struct MEANING {
@@ -17,6 +18,10 @@ constexpr MEANING MEANINGS[] = {
     {356, "the host has booted"},
     {359, "the host's last run ended in order"},
     {360, "the host's last run ended without a shutdown"},
+    {384, "a Fibre Channel port is online again"},
+    {385, "a Fibre Channel port is offline"},
+    {386, "a Fibre Channel port has no link"},
+    {388, "a Fibre Channel port has failed"},
     {678, "an Ethernet adapter has errors"},
     {680, "an Ethernet adapter is well again"},
 };
@@ -112,6 +117,7 @@ std::string summary_text(const Json::Value &document) {
         text += format_text("  %-22s %5u\n", unit, list.isArray() ? list.size() : 0u);
     }
     text += adapter_table(member_at(data, "EthernetDevices"));
+    text += fc_adapter_table(member_at(data, "FibreChannelDevices"));
     return text;
 }
 

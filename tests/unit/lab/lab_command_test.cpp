@@ -114,10 +114,47 @@ TEST(LabCommand, Errors) {
               "set: name is longer than 64 characters");
 }
 
+TEST(LabCommand, FibreChannelAdaptersAndCalls) {
+    LAB_COMMAND command = parsed("fc vmhba3 linkdown");
+    EXPECT_EQ(command.kind, Kind::FC);
+    EXPECT_EQ(command.subject, "vmhba3");
+    EXPECT_EQ(command.detail, "");
+    EXPECT_EQ(command.value, "linkdown");
+    command = parsed("fc 20:00:02:00:5e:00:00:a1 0x01 offline");
+    EXPECT_EQ(command.subject, "20:00:02:00:5e:00:00:a1");
+    EXPECT_EQ(command.detail, "1");
+    for (const char *state : {"online", "offline", "bypassed", "diagnostics", "linkdown", "error",
+                              "loopback", "unknown", "remove", "add"})
+        EXPECT_EQ(parsed(std::string("fc vmhba3 ") + state).value, state);
+    const std::string usage =
+        "fc: say which and what, such as \"fc vmhba3 linkdown\" or \"fc vmhba3 1 offline\": "
+        "online, offline, bypassed, diagnostics, linkdown, error, loopback, unknown, remove, add";
+    for (const char *line : {"fc", "fc vmhba3", "fc vmhba3 up", "fc vmhba3 256 online",
+                             "fc vmhba3 x online", "fc vmhba3 0 remove", "fc vmhba3 0 1 online"})
+        EXPECT_EQ(error_of(line), usage) << line;
+    EXPECT_EQ(error_of("fc " + std::string(24, 'x') + " online"),
+              "fc: a name has at most 23 characters");
+
+    command = parsed("hba all OpenAdapter fails");
+    EXPECT_EQ(command.kind, Kind::HBA);
+    EXPECT_EQ(command.subject, "all");
+    EXPECT_EQ(command.detail, "OpenAdapter");
+    EXPECT_EQ(command.value, "fails");
+    EXPECT_EQ(parsed("hba libexamplelight.so RegisterLibrary works").value, "works");
+    EXPECT_EQ(error_of("hba all OpenAdapters fails"),
+              "hba: \"OpenAdapters\" is no call of a library");
+    for (const char *line : {"hba", "hba all OpenAdapter", "hba all OpenAdapter sometimes"})
+        EXPECT_EQ(error_of(line), "hba: say a library or all, a call and works or fails, such as "
+                                  "\"hba all OpenAdapter fails\"")
+            << line;
+    EXPECT_EQ(parsed("show hba").subject, "hba");
+}
+
 TEST(LabCommand, HelpNamesEachVerb) {
     const std::string help = lab_command_help(true);
-    for (const char *verb : {"door-bell", "rmc", "restart daemon", "crash daemon", "reboot host",
-                             "crash host", "nic NAME", "set", "show", "quit"})
+    for (const char *verb :
+         {"door-bell", "rmc", "restart daemon", "crash daemon", "reboot host", "crash host",
+          "nic NAME", "fc NAME", "hba LIBRARY", "show hba", "set", "show", "quit"})
         EXPECT_NE(help.find(verb), std::string::npos) << verb;
 }
 
@@ -125,7 +162,7 @@ TEST(LabCommand, HelpOnTheRmcAloneNamesNothingOfTheServer) {
     const std::string help = lab_command_help(false);
     for (const char *verb : {"door-bell", "rmc", "show", "help", "quit"})
         EXPECT_NE(help.find(verb), std::string::npos) << verb;
-    for (const char *verb : {"daemon", "host", "set "})
+    for (const char *verb : {"daemon", "host", "set ", "fc ", "hba"})
         EXPECT_EQ(help.find(verb), std::string::npos) << verb;
 }
 
@@ -137,7 +174,8 @@ TEST(LabCommand, KnowsWhatIsAboutTheServer) {
         return is_about_server(command);
     };
     for (const char *line : {"restart daemon", "crash daemon", "reboot host", "crash host 2",
-                             "set host name x", "set ipmi off", "nic vmnic0 up"})
+                             "set host name x", "set ipmi off", "nic vmnic0 up", "fc vmhba3 online",
+                             "hba all OpenAdapter works", "show hba"})
         EXPECT_TRUE(isAboutServer(line)) << line;
     for (const char *line : {"", "# set", "door-bell", "door-bell generic", "rmc silent",
                              "show events", "help", "quit"})

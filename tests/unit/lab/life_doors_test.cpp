@@ -300,3 +300,12 @@ TEST(LabLibraries, LookNowhereButInTheirFolder) {
     EXPECT_EQ(libraries.open("libc.so.6", 1), nullptr);
     EXPECT_NE(std::string(libraries.error()).find(below("/vendor")), std::string::npos);
 }
+
+TEST(LabLibraries, EncodersHaveAFolderOfTheirOwn) {
+    LabLibraries libraries(ORB_BINARY_DIR "/lab/vendor", ORB_BINARY_DIR "/lab/vendor/missing");
+    EXPECT_EQ(libraries.open("libgeoenc02.so", 1), nullptr);
+    void *const adapters = libraries.open("/usr/lib64/libexamplefabric.so", 1);
+    ASSERT_NE(adapters, nullptr) << libraries.error();
+    EXPECT_EQ(libraries.close(adapters), 0);
+    EXPECT_EQ(libraries.open("/usr/lib64/.", 1), nullptr) << "a folder";
+}

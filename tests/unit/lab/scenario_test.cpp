@@ -19,7 +19,16 @@ const char GOOD[] = R"({
     "pci": [{"address": "0000:24:00.0", "vendor": 4215, "device": "0x2031"}],
     "nics": [{"name": "vmnic0", "address": "0000:c3:00.0", "driver": "d", "mac": "m",
               "vendorName": "a", "deviceName": "b",
-              "subVendor": "0xFFF0", "link": "Down", "speedMbps": 10000, "present": false}]},
+              "subVendor": "0xFFF0", "link": "Down", "speedMbps": 10000, "present": false}],
+    "fc": {"conf": "text", "libraries": [{"name": "com.example", "path": "/usr/lib64/libx.so",
+           "fails": ["OpenAdapter"],
+           "adapters": [{"name": "vmhba3", "address": "0000:24:00.0",
+                         "wwn": "20:00:02:00:5e:00:00:a1", "model": "FC900Q", "vendor": "0x1077",
+                         "ports": [{"wwn": "21:00:02:00:5e:00:00:a1", "state": "offline", "id": 7},
+                                   {"wwn": "21:01:02:00:5e:00:00:a1", "name": "vmhba4",
+                                    "address": "0000:24:00.1"}]},
+                        {"name": "vmhba5", "address": "0000:25:00.0", "present": false,
+                         "wwn": "20:00:02:00:5e:00:00:a2"}]}]}},
   "nicList": "short", "encoder": "missing",
   "runState": {"lastStartAgo": 10},
   "commands": ["rmc silent"],
@@ -31,6 +40,13 @@ Json::Value good() {
     Json::Value root;
     EXPECT_TRUE(parse_json(std::string(GOOD), root));
     return root;
+}
+
+Json::Value &fc(Json::Value &root) {
+    return root["host"]["fc"];
+}
+Json::Value &fc_adapter(Json::Value &root) {
+    return fc(root)["libraries"][0]["adapters"][0];
 }
 
 struct BadCase {
@@ -110,6 +126,46 @@ const BadCase BAD[] = {
      "host.nics[0].firmware: must be one line"},
     {"NicKey", [](Json::Value &v) { v["host"]["nics"][0]["colour"] = 1; },
      "host.nics[0].colour: unknown key"},
+    {"FcKey", [](Json::Value &v) { fc(v)["colour"] = 1; }, "host.fc.colour: unknown key"},
+    {"FcConf", [](Json::Value &v) { fc(v)["conf"] = 3; }, "host.fc.conf: must be a text"},
+    {"FcLibraryName", [](Json::Value &v) { fc(v)["libraries"][0].removeMember("name"); },
+     "host.fc.libraries[0].name: must be given, in one line"},
+    {"FcLibraryPath", [](Json::Value &v) { fc(v)["libraries"][0]["path"] = "/usr/lib64/"; },
+     "host.fc.libraries[0].path: must name a file, in one line"},
+    {"FcLibraryPathLines", [](Json::Value &v) { fc(v)["libraries"][0]["path"] = "/a\n/b"; },
+     "host.fc.libraries[0].path: must name a file, in one line"},
+    {"FcCall", [](Json::Value &v) { fc(v)["libraries"][0]["fails"][0] = "Open"; },
+     "host.fc.libraries[0].fails: must be calls such as OpenAdapter"},
+    {"FcAdapterName", [](Json::Value &v) { fc_adapter(v)["name"] = "vm hba"; },
+     "host.fc.libraries[0].adapters[0].name: must be small letters and digits"},
+    {"FcAdapterAddress", [](Json::Value &v) { fc_adapter(v).removeMember("address"); },
+     "host.fc.libraries[0].adapters[0].address: must be a PCI address such as 0000:24:00.0"},
+    {"FcAdapterWwn", [](Json::Value &v) { fc_adapter(v)["wwn"] = "20:00:02:00:5E:00:00:a1"; },
+     "host.fc.libraries[0].adapters[0].wwn: must be a name such as 20:00:02:00:5e:00:00:a1"},
+    {"FcAdapterModel", [](Json::Value &v) { fc_adapter(v)["model"] = "a\nb"; },
+     "host.fc.libraries[0].adapters[0].model: must be one line"},
+    {"FcAdapterTwice",
+     [](Json::Value &v) { fc(v)["libraries"][0]["adapters"][1]["name"] = "vmhba3"; },
+     "host.fc.libraries: vmhba3, 20:00:02:00:5e:00:00:a2: is there twice"},
+    {"FcPortState", [](Json::Value &v) { fc_adapter(v)["ports"][0]["state"] = "Online"; },
+     "host.fc.libraries[0].adapters[0].ports[0].state: must be online, offline, bypassed, "
+     "diagnostics, linkdown, error, loopback or unknown"},
+    {"FcPortWwn", [](Json::Value &v) { fc_adapter(v)["ports"][0]["wwn"] = "21:00"; },
+     "host.fc.libraries[0].adapters[0].ports[0].wwn: must be a name such as "
+     "20:00:02:00:5e:00:00:a1"},
+    {"FcPortDevice", [](Json::Value &v) { fc_adapter(v)["ports"][1].removeMember("address"); },
+     "host.fc.libraries[0].adapters[0].ports[1].name: and address go together"},
+    {"FcPorts",
+     [](Json::Value &v) {
+         for (int i = 0; i < 256; ++i)
+             fc_adapter(v)["ports"].append(Json::Value(fc_adapter(v)["ports"][0]));
+     },
+     "host.fc.libraries[0].adapters[0].ports: are too many"},
+    {"FcCommandForNobody", [](Json::Value &v) { v["commands"][0] = "fc vmhba9 online"; },
+     "commands[0]: fc vmhba9: no such adapter"},
+    {"HbaStepForNobody",
+     [](Json::Value &v) { v["timeline"][0]["do"] = "hba liby.so OpenAdapter fails"; },
+     "timeline[0].do: hba liby.so: no such library"},
     {"NicList", [](Json::Value &v) { v["nicList"] = "odd"; },
      "nicList: must be works, fails, empty, headless, cut, short, blank, old, binary, huge or "
      "hangs"},
@@ -181,6 +237,19 @@ TEST(Scenario, ReadsWhatItSays) {
     EXPECT_TRUE(nic.adminUp);
     EXPECT_FALSE(nic.present);
     EXPECT_EQ(scenario.nicList, "short");
+    EXPECT_TRUE(scenario.host.fc.hasConf);
+    EXPECT_EQ(scenario.host.fc.conf, "text");
+    const SCENARIO_FC_LIBRARY &library = scenario.host.fc.libraries.at(0);
+    EXPECT_EQ(library.file(), "libx.so");
+    EXPECT_EQ(library.fails, std::vector<std::string>{"OpenAdapter"});
+    const SCENARIO_FC_ADAPTER &adapter = library.adapters.at(0);
+    EXPECT_EQ(adapter.vendor, 0x1077);
+    EXPECT_TRUE(adapter.present);
+    EXPECT_FALSE(library.adapters.at(1).present);
+    EXPECT_EQ(adapter.ports.at(0).state, "offline");
+    EXPECT_EQ(adapter.ports.at(0).id, 7u);
+    EXPECT_EQ(adapter.ports.at(1).state, "online");
+    EXPECT_EQ(adapter.ports.at(1).address, "0000:24:00.1");
     EXPECT_EQ(scenario.encoder, "missing");
     EXPECT_EQ(scenario.lastStartAgo, 10);
     EXPECT_EQ(scenario.lastStopAgo, 0);
