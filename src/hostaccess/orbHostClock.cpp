@@ -47,3 +47,9 @@ std::timespec deadline_after(const std::timespec &from, std::int64_t seconds) {
         sum = seconds > 0 ? LAST_SECOND : 0;
     return {std::clamp<std::int64_t>(sum, 0, LAST_SECOND), from.tv_nsec};
 }
+
+std::int64_t present_second() {
+    IorbHostClock &clock = IorbHostClock::get();
+    std::timespec now{};
+    return clock.realTime(&now).rc == 0 ? now.tv_sec : clock.now();
+}

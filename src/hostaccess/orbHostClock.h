@@ -43,3 +43,7 @@ bool wait_until(std::condition_variable &cond, std::unique_lock<std::mutex> &loc
 /// `from` plus whole seconds, kept within what a deadline can hold (about the year 2262), so that
 /// the largest interval that a configuration can give is practically "never".
 std::timespec deadline_after(const std::timespec &from, std::int64_t seconds);
+
+/// The present second by the clock that deadlines come from, so that a deadline and an earlier
+/// moment can be compared to the second; by IorbHostClock::now() where that clock can't be read.
+std::int64_t present_second();

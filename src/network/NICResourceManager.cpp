@@ -41,14 +41,6 @@ constexpr std::int64_t RETRY_DELAY_MS = 5000;
 
 constexpr int EVENT_INJECTED = 0, EVENT_ERRORS = 678, EVENT_WELL_AGAIN = 680;
 constexpr char MODULE[] = "NICEVENT", PART_NUMBER[] = "Not Available";
-
-/// The present second by the clock that the loop's deadlines come from, so that a deadline and the
-/// end of a rebuild can be compared to the second.
-std::int64_t present_second() {
-    IorbHostClock &clock = IorbHostClock::get();
-    std::timespec now{};
-    return clock.realTime(&now).rc == 0 ? now.tv_sec : clock.now();
-}
 } // namespace
 
 NICResourceManager &NICResourceManager::getInstance() {

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "fakes/VirtualClock.h"
+
 namespace {
 constexpr std::int64_t LAST_SECOND = INT64_MAX / 1'000'000'000 - 1;
 
@@ -138,4 +140,17 @@ TEST(WaitUntil, AsksOnceMoreAtTheDeadline) {
     Waiter waiter;
     int asked = 0;
     EXPECT_TRUE(wait_until(waiter.cond, waiter.lock, {7, 0}, [&] { return ++asked == 2; }));
+}
+
+TEST(PresentSecond, IsTheRealTimeClocks) {
+    VirtualClock clock(1000);
+    clock.advanceMs(999);
+    EXPECT_EQ(present_second(), 1000);
+    clock.advanceMs(1);
+    EXPECT_EQ(present_second(), 1001);
+}
+TEST(PresentSecond, IsThereWithoutThatClock) {
+    VirtualClock clock(1000);
+    clock.failRealTime(EPERM);
+    EXPECT_EQ(present_second(), 1000);
 }
