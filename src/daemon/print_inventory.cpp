@@ -10,10 +10,12 @@
 
 #include "core/Logger.h"
 #include "core/json_text.h"
+#include "core/module_names.h"
 #include "core/orbConfig.h"
 #include "core/orbFactory.h"
 #include "core/orbResourceManager.h"
 #include "core/orbThread.h"
+#include "core/orbUtils.h"
 #include "daemon/command_path.h"
 #include "daemon/daemon_life.h"
 #include "daemon/daemon_signals.h"
@@ -62,6 +64,13 @@ private:
     std::atomic<bool> done{false}; // the main thread sets it, the guard reads it
 };
 
+/// What a manager's thread asks the host once, before its first rebuild.
+void gather_names(int id) {
+    if (id != ORB_FIBRE_CHANNEL) return;
+    orbUtils::initFcInfoMap();
+    orbUtils::initFcNameMap();
+}
+
 std::string indented_json(const Json::Value &value) {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
@@ -94,9 +103,11 @@ int print_inventory(bool compact) {
     CPlusPlusLogging::Logger::getInstance()->disableLog();
 
     prepare_host_facts();
-    for (const int id : RESOURCE_IDS)
-        if (orbConfig::getInstance()->isResourceEnabled(id))
-            orbFactory().createInstance(id)->cacheBuild();
+    for (const int id : RESOURCE_IDS) {
+        if (!orbConfig::getInstance()->isResourceEnabled(id)) continue;
+        gather_names(id);
+        orbFactory().createInstance(id)->cacheBuild();
+    }
     orbJsonAggregator aggregator;
     aggregator.collectDocument();
     Json::Value document(Json::objectValue);

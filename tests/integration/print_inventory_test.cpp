@@ -61,6 +61,17 @@ TEST(PrintInventory, OnlyEnabledManagersAreBuilt) {
     EXPECT_EQ(host.root.read("/calls").find("esxtop"), std::string::npos);
 }
 
+TEST(PrintInventory, AsksForTheNamesOfFibreChannelAdaptersWhereTheyCount) {
+    constexpr char LINE[] = "localcli storage san fc list | grep -e 'Adapter: ' -e 'Node Name:'>> ";
+    DaemonRun host;
+    host.configure(R"("EnableResources": ["EthernetDevices"])");
+    ASSERT_EQ(host.run({"--print-inventory"}), 0);
+    EXPECT_EQ(host.root.read("/calls").find(LINE), std::string::npos);
+    host.configure(R"("EnableResources": ["FibreChannelDevices"])");
+    ASSERT_EQ(host.run({"--print-inventory"}), 0);
+    EXPECT_NE(host.root.read("/calls").find(LINE), std::string::npos);
+}
+
 TEST(PrintInventory, LeavesTheHostUntouched) {
     DaemonRun host;
     host.root.write("/opt/vantor/orb/data/orb-mem.txt", "left by a killed run\n");

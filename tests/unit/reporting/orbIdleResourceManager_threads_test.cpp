@@ -11,7 +11,6 @@
 #include "fakes/LogFile.h"
 #include "fakes/TemporaryRoot.h"
 #include "fakes/VirtualClock.h"
-#include "fc/FCResourceManager.h"
 #include "reporting/orbJsonAggregator.h"
 #include "storage/SASResourceManager.h"
 
@@ -110,8 +109,7 @@ TEST_F(Idle, StopBeforeTheThreadRunsEndsItAllTheSame) {
 }
 
 TEST_F(Idle, TwoManagersAreIdleAndIndependent) {
-    orbResourceManager *const managers[] = {&FCResourceManager::getInstance(),
-                                            &SASResourceManager::getInstance()};
+    orbResourceManager *const managers[] = {&manager, &SASResourceManager::getInstance()};
     std::vector<std::thread> threads;
     for (orbResourceManager *one : managers) threads.emplace_back([one] { one->init(); });
     for (std::size_t i = 0; i < threads.size(); ++i) {
