@@ -120,7 +120,9 @@ std::optional<std::string> DaemonProgress::read(const std::string &line) {
         const std::string manager = manager_of(*rest);
         return format_text("readiness pass %d: %s not ready", ++unready[manager], manager.c_str());
     }
-    if (line.find(": Printing ") != std::string::npos) return adapter(line);
+    if (line.find("Printing Ethernet Instance ") != std::string::npos ||
+        line.find("FC_RM: {") != std::string::npos)
+        return adapter(line);
     if (line.find("Exiting CacheBuild") != std::string::npos) return firstCache(tag_of(line));
     if (line.find("FC cache status 1") != std::string::npos) return firstCache(FC_RM);
     if (line.find("Success in delivering inventory string to RMC!") != std::string::npos)

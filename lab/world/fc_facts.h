@@ -7,7 +7,7 @@
 
 #include "world/Scenario.h"
 
-/// How the lab's Fibre Channel adapters look from each side. Pure.
+/// How the lab's Fibre Channel adapters look from each side. Pure but for the last.
 std::string fc_list_text(const SCENARIO_FC &fc);  ///< localcli storage san fc list
 std::string hba_conf_text(const SCENARIO_FC &fc); ///< hba.conf; where there is one
 /// The devices in the list of PCI devices: an adapter's, and a port's where it has one of its own.

@@ -101,16 +101,30 @@ TEST(Installed, TreeHoldsEverythingAndRunsWhereItLies) {
     const Answer installation =
         run("DESTDIR='" + staging.path() + "' cmake --install " ORB_BINARY_DIR);
     ASSERT_EQ(installation.status, 0) << installation.output;
-    for (const char *file :
-         {"/opt/vantor/orb/bin/orbd", "/opt/vantor/orb/bin/orblab",
-          "/opt/vantor/orb/lib/lab/libgeoenc02.so", "/opt/vantor/orb/lib/lab/libgeoenc03.so",
-          "/opt/vantor/orb/libexec/localcli", "/opt/vantor/orb/libexec/esxtop",
-          "/opt/vantor/orb/libexec/orb-smbios-image", "/opt/vantor/orb/data/esxtopconf",
-          "/opt/vantor/orb/log", "/opt/vantor/orb/share/schemas/config.schema.json",
-          "/opt/vantor/orb/share/scenarios/first-generation.json",
-          "/etc/config/vantor/orb/orb.conf", "/etc/config/vantor/orb/hba.conf",
-          "/lib/systemd/system/orb.service", "/usr/share/man/man8/orbd.8",
-          "/usr/share/man/man5/orb.conf.5", "/usr/share/bash-completion/completions/orbd"})
+    for (const char *file : {"/opt/vantor/orb/bin/orbd",
+                             "/opt/vantor/orb/bin/orblab",
+                             "/opt/vantor/orb/lib/lab/libgeoenc02.so",
+                             "/opt/vantor/orb/lib/lab/libgeoenc03.so",
+                             "/opt/vantor/orb/lib/lab/libexamplefabric.so",
+                             "/opt/vantor/orb/lib/lab/libexamplelight.so",
+                             "/opt/vantor/orb/lib/lab/libbrokenhba-entry.so",
+                             "/opt/vantor/orb/lib/lab/libbrokenhba-refuses.so",
+                             "/opt/vantor/orb/lib/lab/libbrokenhba-version.so",
+                             "/opt/vantor/orb/lib/lab/libbrokenhba-load.so",
+                             "/opt/vantor/orb/lib/lab/libbrokenhba-text.so",
+                             "/opt/vantor/orb/libexec/localcli",
+                             "/opt/vantor/orb/libexec/esxtop",
+                             "/opt/vantor/orb/libexec/orb-smbios-image",
+                             "/opt/vantor/orb/data/esxtopconf",
+                             "/opt/vantor/orb/log",
+                             "/opt/vantor/orb/share/schemas/config.schema.json",
+                             "/opt/vantor/orb/share/scenarios/first-generation.json",
+                             "/etc/config/vantor/orb/orb.conf",
+                             "/etc/config/vantor/orb/hba.conf",
+                             "/lib/systemd/system/orb.service",
+                             "/usr/share/man/man8/orbd.8",
+                             "/usr/share/man/man5/orb.conf.5",
+                             "/usr/share/bash-completion/completions/orbd"})
         EXPECT_TRUE(staging.exists(file)) << file;
     const Answer version = run("'" + staging.path() + "/opt/vantor/orb/bin/orbd' --version");
     EXPECT_EQ(version.status, 0) << version.output;

@@ -5,24 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include "LabRecords.h"
 #include "LabRun.h"
 #include "core/json_text.h"
 
 namespace {
 const std::string FAST = "50";
 const std::string DEBUG_LOG = "root/var/log/vantor/orb/orb-debug.log";
-const std::string NOWHERE = "FFFFFFFFFFFFFFFF";
 
-/// The lab's JSON lines of one kind.
-std::vector<Json::Value> records(const LabRun &lab, const std::string &kind) {
-    std::vector<Json::Value> found;
-    std::istringstream text(lab.out());
-    for (std::string line; std::getline(text, line);) {
-        Json::Value value;
-        if (parse_json(line, value) && value["kind"].asString() == kind) found.push_back(value);
-    }
-    return found;
-}
 Json::Value adapters_of(const Json::Value &document) {
     return document["HostDataCollection"]["EthernetDevices"];
 }
@@ -32,22 +22,6 @@ std::vector<Json::Value> adapter_lists(const LabRun &lab) {
     for (const Json::Value &each : records(lab, "inventory"))
         lists.push_back(adapters_of(each["inventory"]));
     return lists;
-}
-std::string state_of(const Json::Value &adapter) {
-    return adapter["Status"]["State"].asString() + " " + adapter["Status"]["Health"].asString();
-}
-/// What `orblab --decode-location` makes of a code, as JSON.
-Json::Value decoded(const std::string &code) {
-    LabRun lab;
-    EXPECT_EQ(lab.run({"--json", "--decode-location", code}), 0) << code << lab.err();
-    Json::Value value;
-    EXPECT_TRUE(parse_json(lab.out(), value)) << lab.out();
-    return value;
-}
-/// The word behind the last blank of a description: the GeoID.
-std::string geo_id_of(const Json::Value &adapter) {
-    const std::string text = adapter["Oem"]["Description"].asString();
-    return text.substr(text.rfind(' ') + 1);
 }
 /// A scenario of its own on a shipped server, its cache of adapters built every 30 seconds.
 std::string own_scenario(const LabRun &lab, const std::string &base, const std::string &members) {
