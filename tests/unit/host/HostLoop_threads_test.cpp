@@ -6,37 +6,17 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Barrier.h"
+#include "support/ManagerLoop.h"
 #include "unit/host/HostWorld.h"
 
 namespace {
 constexpr char TAG[] = "HOST_RM";
 constexpr char BUSY[] = "Cache build is in progress. Returning previous copy of inventory.";
 
-/// The refresh loop on a thread of its own; the destructor stops it.
-class HostLoop : public ::testing::Test {
+/// The refresh loop alone, without the report on the last run.
+class HostLoop : public ManagerLoop<HostWorld> {
 protected:
-    void start() {
-        thread = std::thread([this] { result = world.manager.startInventory(); });
-    }
-    void stop() {
-        world.manager.stopResourceManagerJob();
-        thread.join();
-    }
-    void TearDown() override {
-        if (thread.joinable()) stop();
-    }
-    /// Runs the loop's first build, which ends with the wait for the next.
-    void startAndWait() {
-        start();
-        ASSERT_TRUE(world.clock.waitForParked(1));
-        ASSERT_EQ(world.builds(), 1);
-    }
-
-    HostWorld world;
-    Barrier inBuild; // outlives the loop, which TearDown() joins
-    std::thread thread;
-    int result = -1;
+    int run() override { return world.manager.startInventory(); }
 };
 
 TEST_F(HostLoop, BuildsAtOnceAndThenEverySixtySeconds) {
@@ -52,7 +32,7 @@ TEST_F(HostLoop, BuildsAtOnceAndThenEverySixtySeconds) {
 }
 
 TEST(HostLoopConfigured, PeriodIsFixed) {
-    HostWorld world(R"("CacheRefreshInSeconds": {"HostOSInfo": "30"})");
+    HostWorld world(refresh_setting("HostOSInfo", "30"));
     std::thread thread([&] { (void)world.manager.startInventory(); });
     EXPECT_TRUE(world.clock.waitForParked(1));
     world.clock.advance(59);
@@ -129,12 +109,12 @@ TEST_F(HostLoop, StopEndsTheWait) {
 }
 
 TEST_F(HostLoop, StopDuringABuildTakesEffectAfterIt) {
-    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { barrier.arrive(); });
     start();
-    inBuild.waitForArrival();
+    barrier.waitForArrival();
     world.manager.stopResourceManagerJob(); // doesn't wait for the build
     EXPECT_EQ(world.builds(), 0);
-    inBuild.letGo();
+    barrier.letGo();
     thread.join();
     EXPECT_EQ(result, 0);
     EXPECT_EQ(world.builds(), 1);
@@ -154,23 +134,23 @@ TEST_F(HostLoop, ClockThatFailsLaterEndsTheLoop) {
 // -- Readers during a build ---------------------------------------------------------------------
 
 TEST_F(HostLoop, ReadersOfTheFirstBuildGetAnEmptyCopy) {
-    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { barrier.arrive(); });
     start();
-    inBuild.waitForArrival();
+    barrier.waitForArrival();
     std::vector<Json::Value> objects(3);
     EXPECT_EQ(world.manager.getInventoryJsonObject(objects), 1);
     EXPECT_TRUE(objects.empty());
     EXPECT_EQ(world.log.count("DEBUG", TAG, BUSY), 1);
     EXPECT_TRUE(world.manager.getHostInventory().empty());
     EXPECT_FALSE(world.manager.isInventoryReady(0));
-    inBuild.letGo();
+    barrier.letGo();
 }
 
 TEST_F(HostLoop, ReadersOfALaterBuildGetThePreviousCopy) {
     startAndWait();
-    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { barrier.arrive(); });
     world.clock.advance(60);
-    inBuild.waitForArrival();
+    barrier.waitForArrival();
     std::vector<Json::Value> objects;
     EXPECT_EQ(world.manager.getInventoryJsonObject(objects), 1);
     ASSERT_EQ(objects.size(), 1u);
@@ -178,7 +158,7 @@ TEST_F(HostLoop, ReadersOfALaterBuildGetThePreviousCopy) {
     EXPECT_TRUE(world.manager.getHostInventory().empty());
     EXPECT_TRUE(world.manager.isInventoryReady(0));
 
-    inBuild.letGo();
+    barrier.letGo();
     ASSERT_TRUE(world.clock.waitForParked(1));
     EXPECT_EQ(world.manager.getInventoryJsonObject(objects), 0);
     ASSERT_EQ(objects.size(), 1u);
@@ -187,19 +167,19 @@ TEST_F(HostLoop, ReadersOfALaterBuildGetThePreviousCopy) {
 }
 
 TEST_F(HostLoop, LastLookDuringTheFirstBuildIsServedAtItsEnd) {
-    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { barrier.arrive(); });
     start();
-    inBuild.waitForArrival();
+    barrier.waitForArrival();
     EXPECT_FALSE(world.manager.isInventoryReady(8));
-    inBuild.letGo();
+    barrier.letGo();
     ASSERT_TRUE(world.clock.waitForParked(1));
     EXPECT_EQ(world.log.count("DEBUG", TAG, "hostRM Requesting cache push"), 1);
 }
 
 TEST_F(HostLoop, IsNotRunningDuringABuild) {
-    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { barrier.arrive(); });
     start();
-    inBuild.waitForArrival();
+    barrier.waitForArrival();
     bool running = true;
     std::thread asker([&] { running = world.manager.isRunning(); });
     for (int retryCount = 0; retryCount < 3; ++retryCount) {
@@ -213,17 +193,17 @@ TEST_F(HostLoop, IsNotRunningDuringABuild) {
     }
     asker.join();
     EXPECT_FALSE(running);
-    inBuild.letGo();
+    barrier.letGo();
 }
 
 TEST_F(HostLoop, RunsAgainWhenTheBuildEndsWithinNineSeconds) {
-    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { barrier.arrive(); });
     start();
-    inBuild.waitForArrival();
+    barrier.waitForArrival();
     bool running = false;
     std::thread asker([&] { running = world.manager.isRunning(); });
     ASSERT_TRUE(world.clock.waitForParked(1));
-    inBuild.letGo();
+    barrier.letGo();
     ASSERT_TRUE(world.clock.waitForParked(2)); // the asker's sleep, the loop's wait
     world.clock.advance(3);
     asker.join();
@@ -233,16 +213,16 @@ TEST_F(HostLoop, RunsAgainWhenTheBuildEndsWithinNineSeconds) {
 
 TEST_F(HostLoop, InventoryIsEmptyDuringALaterBuildToo) {
     startAndWait();
-    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { inBuild.arrive(); });
+    world.answerEsxtop(HostWorld::memoryText("2048", "1024"), [&] { barrier.arrive(); });
     world.clock.advance(60);
-    inBuild.waitForArrival();
+    barrier.waitForArrival();
     bool running = false;
     std::thread asker([&] { running = world.manager.isRunning(); });
     ASSERT_TRUE(world.clock.waitForParked(1));
     EXPECT_EQ(world.log.count("WARNING", TAG,
                               "_cacheBuildInProgress = 1,HostInventory.size() =0,retryCount =0"),
               1);
-    inBuild.letGo();
+    barrier.letGo();
     ASSERT_TRUE(world.clock.waitForParked(2)); // the asker's sleep, the loop's wait
     world.clock.advance(3);
     asker.join();

@@ -8,40 +8,18 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Barrier.h"
+#include "support/ManagerLoop.h"
 #include "unit/network/NicWorld.h"
 
 namespace {
 constexpr char TAG[] = "NIC_RM";
 constexpr char BUSY[] = "Cache build is in progress. Returning previous copy of inventory.";
 
-/// The manager's loop on a thread of its own; TearDown() stops it. A rebuild is due
-/// every 30 seconds unless a fixture says otherwise.
-class NicLoop : public ::testing::Test {
+/// A rebuild is due every 30 seconds unless a fixture says otherwise.
+class NicLoop : public ManagerLoop<NicWorld> {
 protected:
     explicit NicLoop(const std::string &interval = "30")
-        : intervalSetting(R"("CacheRefreshInSeconds": {"EthernetDevices": ")" + interval +
-                          R"("})") {}
-    void start() {
-        thread = std::thread([this] { result = world.manager.init(); });
-    }
-    void stop() {
-        world.manager.stopResourceManagerJob();
-        thread.join();
-    }
-    void TearDown() override {
-        if (thread.joinable()) stop();
-    }
-    /// Runs the loop's first rebuild, which ends with the wait for the next wake-up.
-    void startAndWait() {
-        start();
-        ASSERT_TRUE(world.clock.waitForParked(1));
-        ASSERT_EQ(world.builds(), 1);
-    }
-    void advance(int seconds) {
-        world.clock.advance(seconds);
-        ASSERT_TRUE(world.clock.waitForParked(1));
-    }
+        : ManagerLoop("PLATFORM-ID-A01", refresh_setting("EthernetDevices", interval)) {}
     void waitForLine(const char *text, int count) {
         while (world.log.count("DEBUG", TAG, text) < count) std::this_thread::yield();
     }
@@ -56,12 +34,6 @@ protected:
         nic.link = word;
         world.setNics({nic});
     }
-
-    const std::string intervalSetting;
-    NicWorld world{"PLATFORM-ID-A01", intervalSetting};
-    Barrier barrier; // outlives the loop, which TearDown() joins
-    std::thread thread;
-    int result = -1;
 };
 
 // -- The cycle ----------------------------------------------------------------------------------
