@@ -13,7 +13,8 @@ inline std::string refresh_setting(const std::string &manager, const std::string
 }
 
 /// A resource manager's loop on a thread of its own; TearDown() stops it. The world has the manager
-/// as `manager` and a VirtualClock as `clock`, and counts finished builds with `builds()`.
+/// as `manager` and a VirtualClock as `clock`, and counts finished builds with `builds()`; one
+/// whose events matter has `sendFirstInventory()`.
 template <typename World> class ManagerLoop : public ::testing::Test {
 protected:
     /// @param settings  what the world is made of
@@ -41,6 +42,12 @@ protected:
     void advance(int seconds) {
         world.clock.advance(seconds);
         ASSERT_TRUE(world.clock.waitForParked(1));
+    }
+    /// Opens the gate for events before the loop runs, so that time may pass by itself.
+    void openTheGate() {
+        world.clock.setAutoAdvance(true);
+        World::sendFirstInventory();
+        world.clock.setAutoAdvance(false);
     }
 
     World world;

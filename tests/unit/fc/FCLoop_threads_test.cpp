@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Barrier.h"
+#include "support/ManagerLoop.h"
 #include "unit/fc/FcWorld.h"
 
 namespace {
@@ -15,39 +15,11 @@ using Ids = std::vector<int>;
 constexpr char TAG[] = "FC_RM";
 constexpr char BUSY[] = "Cache build is in progress. Returning previous copy of inventory.";
 
-/// The manager's loop on a thread of its own; TearDown() stops it. A rebuild is due every 30
-/// seconds unless a fixture says otherwise.
-class FcLoop : public ::testing::Test {
+/// A rebuild is due every 30 seconds unless a fixture says otherwise.
+class FcLoop : public ManagerLoop<FcWorld> {
 protected:
     explicit FcLoop(const std::string &interval = "30")
-        : intervalSetting(R"("CacheRefreshInSeconds": {"FibreChannelDevices": ")" + interval +
-                          R"("})") {}
-    void start() {
-        thread = std::thread([this] { result = world.manager.init(); });
-    }
-    void stop() {
-        world.manager.stopResourceManagerJob();
-        thread.join();
-    }
-    void TearDown() override {
-        if (thread.joinable()) stop();
-    }
-    /// Runs the loop's first rebuild, which ends with the wait for the next wake-up.
-    void startAndWait() {
-        start();
-        ASSERT_TRUE(world.clock.waitForParked(1));
-        ASSERT_EQ(world.builds(), 1);
-    }
-    void advance(int seconds) {
-        world.clock.advance(seconds);
-        ASSERT_TRUE(world.clock.waitForParked(1));
-    }
-    /// Opens the gate for events before the loop runs, so that time may pass by itself.
-    void openTheGate() {
-        world.clock.setAutoAdvance(true);
-        FcWorld::sendFirstInventory();
-        world.clock.setAutoAdvance(false);
-    }
+        : ManagerLoop(refresh_setting("FibreChannelDevices", interval)) {}
     void holdAttributes() {
         world.hba.onAttributes([this] { barrier.arrive(); });
     }
@@ -55,12 +27,6 @@ protected:
         world.hba.onAttributes({});
         barrier.letGo();
     }
-
-    const std::string intervalSetting;
-    FcWorld world{intervalSetting};
-    Barrier barrier; // outlives the loop, which TearDown() joins
-    std::thread thread;
-    int result = -1;
 };
 
 // -- The cycle ----------------------------------------------------------------------------------

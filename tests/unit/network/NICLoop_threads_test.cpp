@@ -23,12 +23,6 @@ protected:
     void waitForLine(const char *text, int count) {
         while (world.log.count("DEBUG", TAG, text) < count) std::this_thread::yield();
     }
-    /// Opens the gate for events before the loop runs, so that time may pass by itself.
-    void openTheGate() {
-        world.clock.setAutoAdvance(true);
-        NicWorld::sendFirstInventory();
-        world.clock.setAutoAdvance(false);
-    }
     void setLink(const std::string &word) {
         NIC_ON_HOST nic;
         nic.link = word;
