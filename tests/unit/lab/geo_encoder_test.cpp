@@ -1,6 +1,8 @@
 #include "vendor/geo_encoder.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <cstdlib>
@@ -164,4 +166,36 @@ TEST(GeoEncoder, RefusesWhileTheWorldSaysSo) {
     say(std::string(5000, '['));
     EXPECT_EQ(result_of(library, record), GEO_GOOD) << "nested too deep";
     ::unsetenv("ORB_LAB_WORLD");
+}
+
+TEST(GeoEncoder, SeesEachWayInWhichTheWorldChanges) {
+    const TemporaryRoot root;
+    const std::string file = root.path() + "/vendor.json", other = root.path() + "/other.json";
+    ASSERT_EQ(::setenv("ORB_LAB_WORLD", file.c_str(), 1), 0);
+    const Library library("libgeoenc03.so");
+    const Record record = library.record(3, 1, 1, 0, 3, 0);
+    const std::string refuses = R"({"encoder":"refuses"})", works = R"({"encoder":"do work"})";
+    ASSERT_EQ(refuses.size(), works.size());
+    const auto write = [](const std::string &path, const std::string &text, timespec at) {
+        std::ofstream(path) << text;
+        const timespec times[2] = {at, at};
+        ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    };
+    write(file, refuses, {1000, 1});
+    EXPECT_EQ(result_of(library, record), GEO_REFUSED);
+    write(file, works, {1000, 2});
+    EXPECT_EQ(result_of(library, record), GEO_GOOD) << "by the nanosecond alone";
+    write(file, refuses, {1001, 2});
+    EXPECT_EQ(result_of(library, record), GEO_REFUSED) << "by the second alone";
+    write(file, works + " ", {1001, 2});
+    EXPECT_EQ(result_of(library, record), GEO_GOOD) << "by the size alone";
+    write(other, refuses + " ", {1001, 2});
+    ASSERT_EQ(std::rename(other.c_str(), file.c_str()), 0);
+    EXPECT_EQ(result_of(library, record), GEO_REFUSED) << "by being another file alone";
+    ASSERT_EQ(std::rename(file.c_str(), other.c_str()), 0);
+    EXPECT_EQ(result_of(library, record), GEO_GOOD) << "by going away";
+    ASSERT_EQ(std::rename(other.c_str(), file.c_str()), 0);
+    EXPECT_EQ(result_of(library, record), GEO_REFUSED) << "by coming back as it was";
+    ::unsetenv("ORB_LAB_WORLD");
+    EXPECT_EQ(result_of(library, record), GEO_GOOD) << "without a world";
 }

@@ -65,6 +65,8 @@ TEST_F(LabLocalcli, FailsWhileItIsToldTo) {
     write();
     EXPECT_EQ(run("network nic list"), 1);
     EXPECT_EQ(out, "");
+    EXPECT_EQ(run("network nic list.way"), 1);
+    EXPECT_EQ(out, "") << "the way of answering is no answer";
     scenario.nicList = "works";
     write();
     EXPECT_EQ(run("network nic list"), 0);
