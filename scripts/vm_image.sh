@@ -160,8 +160,8 @@ vm_copy_libraries() {
         done
 }
 
-# vm_image OUTPUT [FILE=PLACE...]: an initramfs of what the release build installs, the lab's location
-# encoders where programs' loader looks, busybox, the modules and tests/vm/guest; each FILE=PLACE puts
+# vm_image OUTPUT [FILE=PLACE...]: an initramfs of what the release build installs, the lab's vendor
+# libraries where programs' loader looks, busybox, the modules and tests/vm/guest; each FILE=PLACE puts
 # one more program or file into it.
 vm_image() (
     set -o pipefail
@@ -181,9 +181,9 @@ vm_image() (
     for pair in "$@"; do
         install -D -m 755 "${pair%%=*}" "$root${pair#*=}" || exit 1
     done
-    # The location encoders are no part of the daemon: where the platform's maker would put them lie
-    # the lab's.
-    for library in libgeoenc02.so libgeoenc03.so; do
+    # Vendors' libraries are no part of the daemon: where the makers of platform and adapters would put
+    # theirs lie the lab's. The guest's hba.conf names the latter.
+    for library in libgeoenc02.so libgeoenc03.so libexamplefabric.so libexamplelight.so; do
         install -D -m 755 "$root/opt/vantor/orb/lib/lab/$library" "$root/usr/lib/$library" ||
             exit 1
     done

@@ -19,7 +19,9 @@ CMAKE = """#!/bin/sh
 mkdir -p "$DESTDIR/opt/vantor/orb/bin"
 cp /bin/sh "$DESTDIR/opt/vantor/orb/bin/orbd"
 mkdir -p "$DESTDIR/opt/vantor/orb/lib/lab"
-touch "$DESTDIR/opt/vantor/orb/lib/lab/libgeoenc02.so" "$DESTDIR/opt/vantor/orb/lib/lab/libgeoenc03.so"
+for library in libgeoenc02 libgeoenc03 libexamplefabric libexamplelight; do
+    touch "$DESTDIR/opt/vantor/orb/lib/lab/$library.so"
+done
 """
 # The kernel that an earlier run fetched.
 KERNEL = "orb/vm/linux-image-9_1"
@@ -145,7 +147,9 @@ class VmtestScript(unittest.TestCase):
         self.expect(self.start(LISTED=str(listed)), "1 passed, 0 failed", 0)
         names = set(listed.read_text(encoding="utf-8").splitlines())
         for name in ("init", "etc/inittab", "usr/sbin/orb-agent", "opt/vantor/orb/bin/orbd",
-                     "usr/lib/libgeoenc02.so", "usr/lib/libgeoenc03.so", "bin/busybox", "bin/sh", "lib/modules/9/kernel/sg.ko",
+                     "usr/lib/libgeoenc02.so", "usr/lib/libgeoenc03.so", "usr/lib/libexamplefabric.so",
+                     "usr/lib/libexamplelight.so", "etc/config/vantor/orb/hba.conf", "bin/busybox", "bin/sh",
+                     "lib/modules/9/kernel/sg.ko",
                      "lib/modules/9/kernel/scsi_mod.ko", "lib/modules/9/modules.dep"):
             self.assertIn(name, names)
         self.assertNotIn("lib/modules/9/kernel/other.ko", names)
