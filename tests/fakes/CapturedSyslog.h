@@ -6,7 +6,7 @@
 
 #include "hostaccess/orbHostSyslog.h"
 
-/// Keeps what goes to the system log.
+/// Keeps what goes to the system log. Any thread may write and ask.
 class CapturedSyslog final : public IorbHostSyslog {
 public:
     struct Line {

@@ -40,7 +40,7 @@ void *FakeLibraries::open(const char *name, int flags) {
     const std::lock_guard<std::mutex> lock(mutex);
     const auto found = libraries.find(name);
     if (found == libraries.end()) {
-        pending = std::string(name) + ": cannot open shared object file";
+        pendingError() = std::string(name) + ": cannot open shared object file";
         return nullptr;
     }
     ++found->second.open;
@@ -61,7 +61,7 @@ void *FakeLibraries::symbol(void *library, const char *name) {
     if (known == nullptr) return nullptr;
     const auto found = known->symbols.find(name);
     if (found != known->symbols.end()) return found->second;
-    pending = known->name + ": undefined symbol: " + name;
+    pendingError() = known->name + ": undefined symbol: " + name;
     return nullptr;
 }
 
@@ -77,7 +77,8 @@ int FakeLibraries::close(void *library) {
 char *FakeLibraries::error() {
     const std::lock_guard<std::mutex> lock(mutex);
     log.emplace_back("error");
-    if (pending.empty()) return nullptr;
-    told = std::exchange(pending, {});
-    return told.data();
+    ErrorText &own = errors[std::this_thread::get_id()];
+    if (own.pending.empty()) return nullptr;
+    own.told = std::exchange(own.pending, {});
+    return own.told.data();
 }

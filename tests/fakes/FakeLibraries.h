@@ -4,12 +4,14 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "hostaccess/orbHostLibraries.h"
 
 /// Serves libraries from a table of entry points; nothing is ever loaded. A library or a symbol
-/// that isn't there fails as with the loader, with an error text that is told once.
+/// that isn't there fails as with the loader, with an error text that is told once, to the thread
+/// that met the failure. Any thread.
 class FakeLibraries final : public IorbHostLibraries {
 public:
     using SYMBOLS = std::map<std::string, void *>;
@@ -20,7 +22,7 @@ public:
     FakeLibraries &operator=(const FakeLibraries &) = delete;
 
     void add(const std::string &name, const SYMBOLS &symbols);
-    /// Called within open(), before its answer.
+    /// Called within open(), before its answer, with no lock held: it may wait.
     void onOpen(std::function<void()> action);
 
     /// What was called, in order: "error", "open NAME FLAGS", "symbol NAME", "close NAME".
@@ -43,12 +45,16 @@ private:
         SYMBOLS symbols;
         int open = 0;
     };
-    Library *find(void *handle);
+    struct ErrorText {
+        std::string pending, told; // what is due, and what was handed out last
+    };
+    Library *find(void *handle); // `mutex` held
+    std::string &pendingError() { return errors[std::this_thread::get_id()].pending; }
 
     mutable std::mutex mutex; // guards all below
     std::map<std::string, Library> libraries;
     std::function<void()> opening;
     std::vector<std::string> log;
-    std::string pending, told; // the error text that is due, and the one handed out
+    std::map<std::thread::id, ErrorText> errors;
     IorbHostLibraries *outer;
 };

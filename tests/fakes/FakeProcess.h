@@ -11,7 +11,8 @@ struct ProcessExit {
     int status;
 };
 
-/// Real threads whose creation can be made to fail, kept standard output, ends as exceptions.
+/// Real threads whose creation can be made to fail, kept standard output, ends as exceptions. Any
+/// thread.
 class FakeProcess final : public IorbHostProcess {
 public:
     FakeProcess() : outer(replace(this)) {}

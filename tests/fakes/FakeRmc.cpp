@@ -136,6 +136,7 @@ ORB_SYSCALL_RESULT FakeRmc::send(void *arg) {
     {
         const std::lock_guard<std::mutex> lock(mutex);
         EXPECT_TRUE(answered) << "a request before the last one's answer was taken";
+        answered = false; // also while the responder makes up its mind
         index = requests.size();
         requests.push_back(kept);
     }

@@ -11,7 +11,7 @@
 
 /// A rack management controller behind "/dev/ipmi0", as the driver's ioctls show it. It checks the
 /// form of every request and keeps it; unless told otherwise it accepts everything, with handle 0
-/// and an empty door bell.
+/// and an empty door bell. Any thread; two exchanges at once fail the test.
 class FakeRmc final : public IorbHostDevices {
 public:
     struct Sent {
@@ -26,7 +26,8 @@ public:
         long waitResult = 1;
         int claimedLength = -1; ///< what the driver says it received; -1: the truth
     };
-    /// Called with no lock held, so it may wait. @param index  of the request, from 0
+    /// Called on the thread that sends, one call at a time because exchanges never overlap, and
+    /// with no lock held, so it may wait. @param index  of the request, from 0
     using Responder = std::function<Answer(const Sent &request, std::size_t index)>;
 
     explicit FakeRmc(Responder answers = {});

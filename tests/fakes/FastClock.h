@@ -1,13 +1,12 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <ctime>
 
 #include "hostaccess/orbHostClock.h"
 
 /// A clock that runs many times as fast as the real one, for whole runs of the daemon in which
-/// nothing depends on the moment. Calendar time is UTC.
+/// nothing depends on the moment. Calendar time is UTC. Any thread: nothing in it changes.
 class FastClock final : public IorbHostClock {
 public:
     /// 2026-01-03 08:04:09 UTC, a Saturday

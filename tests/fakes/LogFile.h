@@ -6,7 +6,8 @@
 #include "fakes/TemporaryRoot.h"
 
 /// The daemon's log as two files of a temporary root. Make one, with the root, before anything
-/// logs. It writes the configuration file; other keys go in by `more`.
+/// logs. It writes the configuration file; other keys go in by `more`. Any thread may ask while
+/// others log, and sees the lines that are written by then.
 class LogFile {
 public:
     struct Line {

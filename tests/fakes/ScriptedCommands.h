@@ -10,7 +10,7 @@
 
 /// Answers shell lines by their exact text, in any order and as often as they come. A line that
 /// nobody announced fails the test, and so does an answer that is never closed. No shell is ever
-/// started.
+/// started. Any thread; an answer may be changed while others ask.
 class ScriptedCommands final : public IorbHostCommands {
 public:
     ScriptedCommands() : outer(replace(this)) {}
@@ -18,7 +18,8 @@ public:
     ScriptedCommands(const ScriptedCommands &) = delete;
     ScriptedCommands &operator=(const ScriptedCommands &) = delete;
 
-    /// The answer to a system() line. @param action  done before the answer, such as writing a file
+    /// The answer to a system() line. @param action  done before the answer, such as writing a
+    /// file; on the thread that asks and with no lock held, so it may wait
     void onSystem(const std::string &line, ORB_COMMAND_RESULT result,
                   std::function<void()> action = {});
     /// The output of a popen() line. @param status  what pclose() gives for it

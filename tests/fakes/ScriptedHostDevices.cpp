@@ -72,15 +72,18 @@ ORB_SYSCALL_RESULT ScriptedHostDevices::close(int fd) {
 }
 
 ORB_SYSCALL_RESULT ScriptedHostDevices::ioctl(int fd, unsigned long request, void *arg) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    if (std::find(descriptors.begin(), descriptors.end(), fd) == descriptors.end())
-        ADD_FAILURE() << "ioctl on descriptor " << fd << ", which is not open";
-    if (next == steps.size() || steps[next].request != request) {
-        ADD_FAILURE() << "ioctl 0x" << std::hex << request << " out of turn at step " << std::dec
-                      << next;
-        return {-1, ENOSYS};
+    Step step{};
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (std::find(descriptors.begin(), descriptors.end(), fd) == descriptors.end())
+            ADD_FAILURE() << "ioctl on descriptor " << fd << ", which is not open";
+        if (next == steps.size() || steps[next].request != request) {
+            ADD_FAILURE() << "ioctl 0x" << std::hex << request << " out of turn at step "
+                          << std::dec << next;
+            return {-1, ENOSYS};
+        }
+        step = steps[next++];
     }
-    const Step &step = steps[next++];
     if (step.answer) step.answer(arg);
     return step.result;
 }

@@ -10,13 +10,15 @@
 
 /// Answers ioctls from a list, in order. A call out of turn fails the test where it happens, steps
 /// that never came fail it at the end. open() and datagramSocket() give descriptors from 1000 on,
-/// or a failure that was announced; waitReadable() says readable at once unless told otherwise.
+/// or a failure that was announced; waitReadable() says readable at once unless told otherwise. Any
+/// thread; calls of several threads have to be put in order by who makes them.
 class ScriptedHostDevices final : public IorbHostDevices {
 public:
     struct Step {
         unsigned long request; ///< the request code that must come now
         ORB_SYSCALL_RESULT result;
-        std::function<void(void *arg)> answer = {}; ///< checks the request, writes the reply
+        /// Checks the request, writes the reply; on the thread that asks and with no lock held.
+        std::function<void(void *arg)> answer = {};
     };
 
     ScriptedHostDevices(std::initializer_list<Step> list);

@@ -4,7 +4,8 @@
 
 #include "hostaccess/orbHostFiles.h"
 
-/// The host's files below a private, empty directory that goes away with the object.
+/// The host's files below a private, empty directory that goes away with the object. Any thread; a
+/// file's content is the file system's, so a reader in the middle of a write() sees half of it.
 class TemporaryRoot final : public IorbHostFiles {
 public:
     TemporaryRoot();

@@ -11,6 +11,8 @@
 
 /// A clock that stands still until the test moves it. A timed wait ends when it is notified or when
 /// the clock reaches its deadline, a sleep when the clock reaches its end. Calendar time is UTC.
+/// Any thread may wait, ask and move it; mutex and condition of a timed wait outlive the call that
+/// moves the clock, which wakes them after it has let go of its own lock.
 class VirtualClock final : public IorbHostClock {
 public:
     /// 2026-01-03 08:04:09 UTC, a Saturday
@@ -31,7 +33,8 @@ public:
     void wakeForNothing();
     /// From now on realTime() fails with this errno; 0 mends it.
     void failRealTime(int errorNumber);
-    /// Sleeps end at once and move the clock themselves: for tests of one thread.
+    /// From now on sleeps and timed waits end at once and move the clock themselves, each by its
+    /// own length. Whoever sleeps or waits already goes on until advance().
     void setAutoAdvance(bool on);
     std::int64_t sleptMs() const; ///< sum of all sleeps that were asked for
 

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -18,13 +19,14 @@
 #include "hostaccess/orbHostSyslog.h"
 
 /// The host's commands as this host would answer them: `localcli` and `esxtop`, nothing else. Each
-/// line is noted in the daemon's log and in "/calls".
+/// line is noted in the daemon's log and in "/calls". Any thread.
 class HostCommands final : public IorbHostCommands {
 public:
     explicit HostCommands(TemporaryRoot &hostRoot) : root(hostRoot), outer(replace(this)) {}
     ~HostCommands() override { replace(outer); }
 
-    std::function<void()> onEsxtop; ///< called before esxtop answers
+    /// Called before esxtop answers, on the thread that asks; set before the start.
+    std::function<void()> onEsxtop;
 
     ORB_COMMAND_RESULT system(const std::string &line) override;
     std::FILE *popen(const std::string &line, int *err) override;
@@ -37,14 +39,16 @@ private:
     IorbHostCommands *outer;
 };
 
-/// Threads by name in the daemon's log as they are made and joined; creation can fail.
+/// Threads by name in the daemon's log as they are made and joined; creation can fail. Any thread.
 class NotedProcess final : public IorbHostProcess {
 public:
     NotedProcess() : inner(replace(this)) {}
     ~NotedProcess() override { replace(inner); }
 
+    // Set before the start.
     int failFrom = -1; ///< creations from this one on fail; 0 is the first
-    std::function<void(std::string_view name)> onJoined; ///< called behind each join
+    /// Called behind each join, on the thread that joined.
+    std::function<void(std::string_view name)> onJoined;
 
     int createThread(pthread_t *out, void *(*entry)(void *), void *arg) override;
     int joinThread(pthread_t thread, const char *name) override;
@@ -53,17 +57,17 @@ public:
     void raiseDefault(int signal) override { inner->raiseDefault(signal); }
 
 private:
-    int creations = 0;
+    std::atomic<int> creations{0};
     IorbHostProcess *inner;
 };
 
-/// The system log as a file "/syslog" of the root, and as signs to whoever waits.
+/// The system log as a file "/syslog" of the root, and as signs to whoever waits. Any thread.
 class FileSyslog final : public IorbHostSyslog {
 public:
     explicit FileSyslog(TemporaryRoot &hostRoot) : root(hostRoot), outer(replace(this)) {}
     ~FileSyslog() override { replace(outer); }
 
-    std::function<void()> onWrite;
+    std::function<void()> onWrite; ///< behind each line, on its thread; set before the start
 
     void write(const char *ident, int facility, int priority, const char *text) override;
 
@@ -72,7 +76,7 @@ private:
     IorbHostSyslog *outer;
 };
 
-/// A sign from the daemon's process to the test's.
+/// A sign from the daemon's process to the test's. Any thread of it may give one.
 class Sign {
 public:
     Sign();

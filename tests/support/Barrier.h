@@ -3,7 +3,7 @@
 #include <condition_variable>
 #include <mutex>
 
-/// A place where another thread waits until the test lets it go on.
+/// A place where another thread waits until the test lets it go on, for good. Any thread.
 class Barrier {
 public:
     void arrive() {

@@ -12,7 +12,7 @@
 /// A host without files, where time stands still, shell lines do nothing and the system log is
 /// dropped: for fuzz targets and benchmarks of what lies above. Built-in settings are in force.
 /// Make one before anything logs and keep it to the end of the process; what is derived from it may
-/// answer more.
+/// answer more. Any thread: nothing in it changes.
 class QuietWorld : public IorbHostFiles,
                    public IorbHostClock,
                    public IorbHostCommands,

@@ -153,7 +153,7 @@ TEST_F(JobThreads, AllEnabledRunAndStopInOrder) {
 }
 
 namespace {
-/// A process that notes at each join what the run-state file and the log say by then.
+/// A process that notes at each join what the run-state file and the log say by then. Any thread.
 class WatchingProcess final : public IorbHostProcess {
 public:
     WatchingProcess(TemporaryRoot &hostRoot, LogFile &daemonLog)
@@ -164,6 +164,7 @@ public:
     }
     int joinThread(pthread_t thread, const char *name) override {
         const int rc = outer->joinThread(thread, name);
+        const std::lock_guard<std::mutex> lock(mutex);
         records.push_back(root.read(FILE_PATH));
         farewells += log.count("INFO", JOB_MGR, "ORB Exiting Gracefully!");
         return rc;
@@ -172,10 +173,12 @@ public:
     [[noreturn]] void exitNow(int status) override { throw ProcessExit{status}; }
     void raiseDefault(int signal) override { outer->raiseDefault(signal); }
 
+    // Guarded by the mutex; the test's once the threads are joined.
     Texts records;
     int farewells = 0;
 
 private:
+    std::mutex mutex;
     TemporaryRoot &root;
     LogFile &log;
     IorbHostProcess *outer;

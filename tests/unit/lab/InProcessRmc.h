@@ -4,8 +4,10 @@
 #include <sys/ioctl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <optional>
 
 #include <gtest/gtest.h>
@@ -15,11 +17,12 @@
 #include "rmc/Rmc.h"
 
 /// An IPMI device with an RMC right behind it, and a clock on which sleeps take no time. In place
-/// from construction to destruction.
+/// from construction to destruction. Any thread may call; the RMC itself is the test's while no
+/// message is under way.
 class InProcessRmc final : public IorbHostDevices, public IorbHostClock {
 public:
     Rmc rmc;
-    std::int64_t sleptMs = 0;
+    std::atomic<std::int64_t> sleptMs{0};
 
     InProcessRmc()
         : outerDevices(IorbHostDevices::replace(this)), outerClock(IorbHostClock::replace(this)) {}
@@ -34,8 +37,12 @@ public:
     }
     ORB_SYSCALL_RESULT datagramSocket() override { return {-1, EAFNOSUPPORT}; }
     ORB_SYSCALL_RESULT close(int) override { return {0, 0}; }
-    ORB_SYSCALL_RESULT waitReadable(int) override { return {answer ? 1 : 0, 0}; }
+    ORB_SYSCALL_RESULT waitReadable(int) override {
+        const std::lock_guard<std::mutex> guard(lock);
+        return {answer ? 1 : 0, 0};
+    }
     ORB_SYSCALL_RESULT ioctl(int, unsigned long request, void *arg) override {
+        const std::lock_guard<std::mutex> guard(lock);
         if (request == IPMICTL_SEND_COMMAND) {
             const auto *sent = static_cast<ipmi_req *>(arg);
             const std::span<const std::uint8_t> data(sent->msg.data, sent->msg.data_len);
@@ -66,7 +73,8 @@ public:
     }
 
 private:
-    std::optional<RMC_ANSWER> answer;
+    std::mutex lock;                  // one call at a time
+    std::optional<RMC_ANSWER> answer; // guarded by lock
     IorbHostDevices *outerDevices;
     IorbHostClock *outerClock;
 };
