@@ -197,8 +197,8 @@ TEST(DaemonLife, EachMinuteChecksTheLogFiles) {
     const Sign tried;
     host.syslog.onWrite = [&] { tried.give(); };
     make_log_due(host);
-    set_daemon_speed(10000);
-    const pid_t daemon = host.start({"--foreground"});
+    set_daemon_speed(500); // the stop still has nearly two seconds
+    const pid_t daemon = host.start({"--foreground", "--stop-timeout", "900"});
     // Both channels share the file, and each minute has its own try.
     for (int tries = 0; tries < 4; ++tries) EXPECT_TRUE(tried.await());
     EXPECT_EQ(stop(host, daemon), 0);
@@ -215,7 +215,7 @@ TEST(DaemonLife, DoorBellThatHangsEndsTheStopByForce) {
         never.wait(lock, [] { return false; });
         return FakeRmc::doorBellAnswer("");
     });
-    set_daemon_speed(100);
+    set_daemon_speed(10);
     const pid_t daemon = host.start({"--foreground", "--stop-timeout", "7"});
     EXPECT_TRUE(polled.await());
     EXPECT_EQ(stop(host, daemon), 1);

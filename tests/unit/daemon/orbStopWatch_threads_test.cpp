@@ -10,7 +10,9 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -44,6 +46,32 @@ private:
     IorbHostDevices *outer;
 };
 
+/// Real threads; something is done on the thread that joins, when it has come as far as the join.
+/// So a watch can begin when the stop is where the test wants it, whatever else the machine does.
+class JoinsWatched final : public IorbHostProcess {
+public:
+    explicit JoinsWatched(std::function<void(std::string_view name)> action)
+        : atJoin(std::move(action)), inner(replace(this)) {}
+    ~JoinsWatched() override { replace(inner); }
+    int createThread(pthread_t *out, void *(*entry)(void *), void *arg) override {
+        return inner->createThread(out, entry, arg);
+    }
+    int joinThread(pthread_t thread, const char *name) override {
+        atJoin(name);
+        return inner->joinThread(thread, name);
+    }
+    void writeStandardOutput(std::string_view text) override { inner->writeStandardOutput(text); }
+    [[noreturn]] void exitNow(int status) override {
+        inner->exitNow(status);
+        __builtin_unreachable();
+    }
+    void raiseDefault(int signal) override { inner->raiseDefault(signal); }
+
+private:
+    const std::function<void(std::string_view name)> atJoin;
+    IorbHostProcess *inner;
+};
+
 void *wait_for_ever(void *) {
     std::mutex mutex;
     std::unique_lock<std::mutex> lock(mutex);
@@ -73,11 +101,15 @@ TEST(StopWatch, NamesTheThreadThatTheStopWaitsFor) {
     const LogFile log(root);
     set_daemon_speed(1000);
     const int status = run_stop(root, [] {
+        orbStopWatch *begun = nullptr; // by the last join
+        const JoinsWatched joins([&](std::string_view name) {
+            if (name == "EthernetDevices") begun->begin();
+        });
         orbStopWatch watch(20);
+        begun = &watch;
         orbThread stuck("EthernetDevices"), other("aggregator");
         ASSERT_EQ(stuck.create(wait_for_ever, nullptr), 0);
         ASSERT_EQ(other.create(end_at_once, nullptr), 0);
-        watch.begin();
         (void)other.join();
         (void)stuck.join();
     });
@@ -109,7 +141,18 @@ TEST(StopWatch, ThreadThatAnotherThreadJoinsIsNotNamed) {
     set_daemon_speed(1000);
     EXPECT_EQ(run_stop(root,
                        [] {
+                           orbStopWatch *begun = nullptr; // when both threads are in their joins
+                           std::atomic<bool> delivering{false};
+                           const JoinsWatched joins([&](std::string_view name) {
+                               if (name == "event delivery") {
+                                   delivering = true;
+                                   return;
+                               }
+                               while (!delivering) std::this_thread::yield();
+                               begun->begin();
+                           });
                            orbStopWatch watch(5);
+                           begun = &watch;
                            orbThread manager("HostOSInfo");
                            ASSERT_EQ(manager.create(
                                          [](void *) -> void * {
@@ -120,7 +163,6 @@ TEST(StopWatch, ThreadThatAnotherThreadJoinsIsNotNamed) {
                                          },
                                          nullptr),
                                      0);
-                           watch.begin();
                            (void)manager.join();
                        }),
               1);
@@ -130,7 +172,7 @@ TEST(StopWatch, ThreadThatAnotherThreadJoinsIsNotNamed) {
 TEST(StopWatch, AnsweredCommandsKeepTheStopAliveOnlyForTheTimeInAll) {
     TemporaryRoot root;
     const LogFile log(root);
-    set_daemon_speed(2000); // 15 minutes take less than half a second
+    set_daemon_speed(500); // the end in all comes after 1.8 seconds, without answers after 1.2
     EXPECT_EQ(run_stop(root,
                        [] {
                            AnyDevice device;
