@@ -20,7 +20,8 @@ REDIRECTED_LINE split_redirection(const std::string &line);
 
 /// The shell of the simulated server. Lines run as they are, with the lab's own host commands first
 /// in PATH. The lines that load the IPMI driver's modules or make its device node succeed without
-/// being run: they would change the machine that the lab runs on.
+/// being run: they would change the machine that the lab runs on. Any thread; what answers from
+/// memory puts the lines one behind the other.
 class LabCommands final : public IorbHostCommands {
 public:
     /// @param answerFromMemory  each line is run once; from then on its recorded output and status

@@ -6,7 +6,7 @@
 
 /// The device seam of the simulated server: an IPMI device whose far end is the world. The device
 /// is there while the file `dev/ipmi0` is below the root. Any other device is absent, and no
-/// network interface can be asked.
+/// network interface can be asked. Any thread; a descriptor is one thread's at a time.
 class LabDevices final : public IorbHostDevices {
 public:
     /// @param controlSocket  to the world; stays the caller's

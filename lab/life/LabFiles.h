@@ -7,7 +7,7 @@
 #include "hostaccess/orbHostLibraries.h"
 #include "hostaccess/orbHostSyslog.h"
 
-/// The simulated server's files: every path lies below one root.
+/// The simulated server's files: every path lies below one root. Any thread.
 class LabFiles final : public IorbHostFiles {
 public:
     explicit LabFiles(std::string hostRoot) : root(std::move(hostRoot)) {}
@@ -17,7 +17,7 @@ private:
     const std::string root;
 };
 
-/// The system log as a file, a line per call.
+/// The system log as a file, a line per call. Any thread.
 class LabSyslog final : public IorbHostSyslog {
 public:
     explicit LabSyslog(std::string file) : path(std::move(file)) {}
@@ -29,7 +29,7 @@ private:
 };
 
 /// Vendor libraries by their base name from one folder, the location encoders from one of their
-/// own; nothing of the real host is loaded.
+/// own; nothing of the real host is loaded. Any thread; an error text is its own thread's.
 class LabLibraries final : public IorbHostLibraries {
 public:
     explicit LabLibraries(const std::string &vendorFolder)

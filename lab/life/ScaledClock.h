@@ -3,7 +3,8 @@
 #include "hostaccess/orbHostClock.h"
 #include "life/LabTime.h"
 
-/// The clock seam in the lab's time: sleeps and waits last `speed` times shorter in reality.
+/// The clock seam in the lab's time: sleeps and waits last `speed` times shorter in reality. Any
+/// thread: nothing in it changes.
 class ScaledClock final : public IorbHostClock {
 public:
     explicit ScaledClock(const LabTime &labTime) : time(labTime) {}

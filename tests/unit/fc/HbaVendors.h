@@ -28,7 +28,7 @@ struct HbaVendor {
 };
 
 /// A host with an hba.conf and vendors' libraries. Libraries that are added are called
-/// "/lib/0.so", "/lib/1.so", ...
+/// "/lib/0.so", "/lib/1.so", ... The loader's calls may come from one thread at a time.
 class HbaVendors {
 public:
     static constexpr std::size_t MOST = 4;
