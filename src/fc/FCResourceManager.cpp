@@ -409,7 +409,8 @@ ORB_RESOURCE_HEALTH FCResourceManager::getHealth(ORB_RESOURCE_STATE state) {
     }
 }
 
-void FCResourceManager::getFcaHostCntlrPartNumber(std::string model, std::string &partNumber) {
+void FCResourceManager::getFcaHostCntlrPartNumber(const std::string &model,
+                                                  std::string &partNumber) {
     partNumber.clear();
     for (const FC_PART_NUMBERS_ROW &row : FC_PART_NUMBERS) {
         if (model.find(row.token) == std::string::npos) continue;

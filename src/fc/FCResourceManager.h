@@ -80,7 +80,7 @@ public:
     /// The health in a state; unknown for a state that no port has.
     static ORB_RESOURCE_HEALTH getHealth(ORB_RESOURCE_STATE state);
     /// Part number by the first row whose token the model holds; "" where none fits.
-    static void getFcaHostCntlrPartNumber(std::string model, std::string &partNumber);
+    static void getFcaHostCntlrPartNumber(const std::string &model, std::string &partNumber);
     /// An adapter's object without its "Status".
     static Json::Value jsonInventory(const orbFCDeviceInfo &info);
     /// What an event tells about an adapter.
