@@ -22,7 +22,8 @@ constexpr std::size_t HBA_LIBRARIES = 32; ///< further lines of hba.conf are not
 constexpr std::size_t HBA_ADAPTERS = 64;  ///< further adapters are not asked for
 constexpr std::size_t HBA_ADAPTER_NAME_BYTES = 256;
 
-/// HBA_LIBRARY_ROW::status.
+/// HBA_LIBRARY_ROW::status. It changes only where a library comes up or is let go: a later load
+/// that finds none, or one without handlers of version or load, leaves a loaded row loaded.
 constexpr HBA_UINT32 HBA_LIBRARY_NOT_LOADED = 0, HBA_LIBRARY_LOADED = 1, HBA_LIBRARY_LET_GO = 2;
 
 /// A vendor library.
@@ -70,7 +71,7 @@ HBA_STATUS HBA_FreeLibrary();
 HBA_UINT32 HBA_GetVersion();
 
 /// Asks each loaded library for its adapters, in the order of the rows, and makes the list of
-/// adapters anew. An adapter whose name its library can't tell is in the list without a name.
+/// adapters anew. An adapter whose naming fails is in the list too, by what its library wrote.
 /// @return the length of the list
 HBA_UINT32 HBA_GetNumberOfAdapters();
 

@@ -167,6 +167,29 @@ TEST(HbaAdapters, AdapterThatCannotBeNamedCountsAllTheSame) {
     EXPECT_EQ(names(), (Calls{"a", "", "c"}));
 }
 
+TEST(HbaAdapters, WhatAFailedNamingWroteIsTheName) {
+    HbaVendors host;
+    host.vendors[0].count = 2;
+    host.vendors[0].naming = [](HBA_UINT32 index, char *name) {
+        name[0] = static_cast<char>('a' + index);
+        return HBA_STATUS_ERROR;
+    };
+    host.load(1);
+    EXPECT_EQ(HBA_GetNumberOfAdapters(), 2u);
+    EXPECT_EQ(names(), (Calls{"a", "b"}));
+    EXPECT_EQ(HBA_OpenAdapter("b"), 0x1234u);
+}
+
+TEST(HbaAdapters, OneWithoutANameIsOpenedByAnEmptyName) {
+    HbaVendors host;
+    host.vendors[0].count = 1;
+    host.vendors[0].naming = [](HBA_UINT32, char *) { return HBA_STATUS_ERROR; };
+    host.load(1);
+    EXPECT_EQ(HBA_GetNumberOfAdapters(), 1u);
+    EXPECT_EQ(HBA_OpenAdapter(""), 0x1234u); // the library is asked all the same
+    EXPECT_EQ(host.vendors[0].calls.back(), "open ");
+}
+
 TEST(HbaAdapters, NameFillsTheCallersRoom) {
     HbaVendors host;
     host.vendors[0].count = 1;
@@ -279,6 +302,20 @@ TEST(HbaOpen, LibraryThatCannotOpenFails) {
     host.load(1);
     EXPECT_EQ(HBA_GetNumberOfAdapters(), 1u);
     EXPECT_EQ(HBA_OpenAdapter("com.example0-0"), 0u);
+}
+
+TEST(HbaOpen, ThatFailsTakesTheVendorsHandleAway) {
+    HbaVendors host;
+    host.vendors[0].count = 2;
+    host.vendors[0].opening = [](char *name) { return name[13] == '0' ? 101u : 0u; };
+    host.load(1);
+    HBA_GetNumberOfAdapters();
+    const HBA_HANDLE first = HBA_OpenAdapter("com.example0-0");
+    EXPECT_EQ(first, 101u);
+    EXPECT_EQ(HBA_OpenAdapter("com.example0-1"), 0u);
+    EXPECT_EQ(librarytable[0].vendorHandle, 0u);
+    HBA_CloseAdapter(first); // its own handle is not known any more
+    EXPECT_EQ(host.vendors[0].calls.back(), "close 0");
 }
 
 TEST(HbaOpen, LibraryThatWasFreedFails) {

@@ -1,7 +1,10 @@
 #include "fc/hba_loader.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 
+#include <filesystem>
+#include <optional>
 #include <ostream>
 
 #include <gtest/gtest.h>
@@ -57,6 +60,25 @@ TEST(HbaLoader, AnEmptyFileIsFine) {
     EXPECT_EQ(HBA_LoadLibrary(), HBA_STATUS_OK);
     EXPECT_EQ(HBA_GetNumberOfAdapters(), 0u);
     EXPECT_TRUE(host.libraries.calls().empty());
+}
+
+TEST(HbaLoader, FileIsOpenWhileItIsReadAndForThisProcessAlone) {
+    HbaVendors host;
+    const std::filesystem::path conf = host.root.map(HBA_CONF_FILE);
+    const auto flags = [&conf] { // of the descriptor that the file is open by, none where it isn't
+        std::optional<int> found;
+        for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code gone; // the descriptor of the listing itself, for one
+            if (std::filesystem::read_symlink(entry, gone) == conf)
+                found = ::fcntl(std::stoi(entry.path().filename()), F_GETFD);
+        }
+        return found;
+    };
+    std::optional<int> during;
+    host.libraries.onOpen([&] { during = flags(); });
+    host.load(1);
+    EXPECT_EQ(during, FD_CLOEXEC); // no command inherits it
+    EXPECT_EQ(flags(), std::nullopt);
 }
 
 TEST(HbaLoader, ADirectoryInTheFilesPlaceHasNoLines) {
@@ -364,12 +386,43 @@ TEST(HbaLoader, LibraryWithoutTheSymbolInAnothersRowLeavesThatOnesEntries) {
     HbaVendors host;
     host.vendors[0].count = 1;
     host.load(1);
+    ASSERT_EQ(HBA_GetNumberOfAdapters(), 1u);
+    ASSERT_EQ(HBA_OpenAdapter("com.example0-0"), 0x1234u);
     host.libraries.add("/lib/other.so", {});
     host.configure("other\t/lib/other.so\n");
     EXPECT_EQ(HBA_LoadLibrary(), HBA_STATUS_OK);
     EXPECT_EQ(librarytable[0].status, HBA_LIBRARY_LOADED);
+    EXPECT_EQ(librarytable[0].vendorHandle, 0x1234u);
     EXPECT_EQ(HBA_GetNumberOfAdapters(), 1u);
     EXPECT_EQ(host.libraries.opened("/lib/0.so"), 1); // so its entries are good
+}
+
+TEST_P(HbaLibraryRow, ThatWasLetGoStaysSoUntilItsLibraryIsLoaded) {
+    HbaVendors host;
+    host.load(1);
+    ASSERT_EQ(HBA_FreeLibrary(), HBA_STATUS_OK);
+    host.vendors[0].count = 1;
+    GetParam().change(host.vendors[0]);
+    EXPECT_EQ(HBA_LoadLibrary(), HBA_STATUS_OK);
+    const bool isLoaded = GetParam().status == HBA_LIBRARY_LOADED;
+    EXPECT_EQ(librarytable[0].status, isLoaded ? HBA_LIBRARY_LOADED : HBA_LIBRARY_LET_GO);
+    EXPECT_EQ(host.libraries.opened("/lib/0.so"), GetParam().open);
+    EXPECT_EQ(HBA_GetNumberOfAdapters(), isLoaded ? 1u : 0u);
+}
+
+TEST(HbaLoader, RowThatWasLetGoStaysSoWithoutALibrary) {
+    HbaVendors host;
+    host.load(2);
+    ASSERT_EQ(HBA_FreeLibrary(), HBA_STATUS_OK);
+    host.libraries.add("/lib/other.so", {});
+    host.configure("gone\t/lib/gone.so\nother\t/lib/other.so\n");
+    EXPECT_EQ(HBA_LoadLibrary(), HBA_STATUS_OK);
+    for (const std::size_t row : {0u, 1u}) {
+        EXPECT_EQ(librarytable[row].status, HBA_LIBRARY_LET_GO);
+        EXPECT_TRUE(is_empty(librarytable[row].entryPoints));
+    }
+    EXPECT_EQ(HBA_FreeLibrary(), HBA_STATUS_OK);
+    EXPECT_EQ(host.times("close /lib/other.so"), 0u);
 }
 
 TEST(HbaLoader, ShorterFileLeavesTheRowsBehindIt) {
