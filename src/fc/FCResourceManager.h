@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -57,7 +58,7 @@ public:
     /// Opens the adapter of `info.adapterIndex`; its name and handle go into `info`.
     /// @return 0, or 1 where it has no name or can't be opened
     int openAdapter(orbFCDeviceInfo &info);
-    void closeAdapter(unsigned int handle);
+    void closeAdapter(unsigned int handle); ///< one of openAdapter()
     /// Fills `info` by an open adapter, its place and its maker. The last port that can be read
     /// decides state and port name. @return 0, or 1 with `info` unchanged
     int getFcHbaData(orbFCDeviceInfo &info);

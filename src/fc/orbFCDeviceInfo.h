@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -56,9 +57,8 @@ public:
     void setorbFCRomVersion(std::string text) { romVersion = std::move(text); }
     const std::string &getorbFCRomVersion() const { return romVersion; }
     void setorbFCWWPN(std::string text) { wwpn = std::move(text); }
-    const std::string &getorbFCWWPN() const {
-        return wwpn;
-    } ///< of the last port that could be read
+    /// Of the last port that could be read.
+    const std::string &getorbFCWWPN() const { return wwpn; }
     void setorbFCWWNN(std::string text) { wwnn = std::move(text); }
     const std::string &getorbFCWWNN() const { return wwnn; } ///< the key between two rebuilds
     void setorbFCDescription(std::string text) { description = std::move(text); }

@@ -290,9 +290,25 @@ TEST_F(FcChanges, PollComparesEachAdapterWithTheLastOne) {
     world.hba.setAdapters({FcWorld::adapter(1, {HBA_PORTSTATE_ONLINE}),
                            FcWorld::adapter(2, {HBA_PORTSTATE_LINKDOWN})});
     manager.cacheBuild();
+    (void)world.hba.takeCalls();
     EXPECT_TRUE(manager.waitOnPortState(0)) << "nothing has changed, but they differ";
+    EXPECT_EQ(world.hba.takeCalls().back(), "port 1 0") << "the first one is another than the last";
     manager.cacheBuild();
     EXPECT_TRUE(manager.waitOnPortState(0)) << "for good";
+}
+TEST_F(FcChanges, PollComparesWithTheLatestRebuild) {
+    rebuildIn(HBA_PORTSTATE_ONLINE);
+    rebuildIn(HBA_PORTSTATE_LINKDOWN);
+    EXPECT_FALSE(manager.waitOnPortState(0));
+    world.setState(HBA_PORTSTATE_ONLINE);
+    EXPECT_TRUE(manager.waitOnPortState(0));
+}
+TEST_F(FcChanges, PollComparesWithARebuildThatStillFoundAnAdapter) {
+    rebuildIn(HBA_PORTSTATE_ONLINE);
+    world.hba.setAdapters({});
+    manager.cacheBuild();
+    world.setState(HBA_PORTSTATE_LINKDOWN);
+    EXPECT_TRUE(manager.waitOnPortState(0));
 }
 TEST_F(FcChanges, PollBeforeAnyRebuildHasNothingToCompare) {
     EXPECT_FALSE(manager.waitOnPortState(0));
@@ -331,6 +347,7 @@ TEST_F(FcChanges, PollWithoutAListOfLibrariesForgetsTheAdapters) {
     EXPECT_FALSE(manager.waitOnPortState(0));
     EXPECT_EQ(world.log.count("WARNING", TAG, "Could not load FC HBA vendor library"), 1);
     EXPECT_TRUE(manager.getFCInventory().empty());
+    EXPECT_EQ(manager.init(), 0) << "no count of adapters";
     EXPECT_EQ(world.words(), "Online OK") << "the document keeps them";
 }
 TEST_F(FcChanges, PollCountsAnew) {

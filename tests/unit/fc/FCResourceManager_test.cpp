@@ -142,6 +142,18 @@ TEST_F(FcManager, TextsWithoutATerminatorEndWithTheirFields) {
     EXPECT_EQ(object["PartNumber"], Json::Value("000000-001"));
 }
 
+TEST_F(FcManager, LaterAdapterHasNothingOfAnEarlierOne) {
+    FAKE_HBA_ADAPTER bare = FcWorld::adapter(0xA9, {});
+    bare.model = bare.description = bare.serial = bare.firmware = bare.rom = "x";
+    world.hba.setAdapters({FcWorld::adapter(0xA1, {HBA_PORTSTATE_ONLINE}), bare});
+    manager.cacheBuild();
+    EXPECT_EQ(compact_json(world.objects().at(1)),
+              R"({"FirmwareVersion":"x","Manufacturer":"","Model":"x","Oem":{"Description":"",)"
+              R"("PhysicalLocation":"FFFFFFFFFFFFFFFF"},"PartNumber":"","RomVersion":"x",)"
+              R"("SerialNumber":"x","Status":{"Health":"Unknown","State":"Unknown"},)"
+              R"("WWNN":"20:00:02:00:5e:00:00:a9","WWPN":"Not Available"})");
+}
+
 TEST_F(FcManager, NameIsKeptShortAndOpenedWhole) {
     FAKE_HBA_ADAPTER adapter;
     adapter.name = std::string(255, 'n');
@@ -286,6 +298,74 @@ TEST_F(FcManager, AdapterThatTellsNothingStaysInTheListAndIsClosed) {
     EXPECT_EQ(debugLines("Status of getdata is 0"), 0);
     EXPECT_EQ(world.hba.takeCalls().back(), "close 1");
 }
+TEST_F(FcManager, AdapterWhoseLibraryCantTellItsNameIsLeftOut) {
+    FAKE_HBA_ADAPTER nameless;
+    nameless.named = false;
+    world.hba.setAdapters({nameless, FcWorld::adapter(0xA2, {HBA_PORTSTATE_ONLINE})});
+    manager.cacheBuild();
+    ASSERT_EQ(world.objects().size(), 1u);
+    EXPECT_EQ(world.objects()[0]["WWNN"], Json::Value("20:00:02:00:5e:00:00:a2"));
+    EXPECT_EQ(debugLines("HBA_OpenAdapter()  Failed()\n"), 1);
+}
+
+/// A library in the place of FcWorld's that has the same adapters and tells less of them.
+struct FcTaciturn : FcManager {
+    static HBA_ENTRYPOINTS &whole() {
+        static HBA_ENTRYPOINTS table;
+        return table;
+    }
+    /// Has no call for an adapter's attributes.
+    static HBA_STATUS withoutAttributes(HBA_ENTRYPOINTS *table) {
+        (void)FakeHba::registerLibrary(table);
+        table->GetAdapterAttributesHandler = nullptr;
+        return HBA_STATUS_OK;
+    }
+    /// Has no call for a port's attributes.
+    static HBA_STATUS withoutPorts(HBA_ENTRYPOINTS *table) {
+        (void)FakeHba::registerLibrary(table);
+        table->GetAdapterPortAttributesHandler = nullptr;
+        return HBA_STATUS_OK;
+    }
+    /// Tells of the first port, and leaves the records of others as they come in.
+    static HBA_STATUS withOnePort(HBA_ENTRYPOINTS *table) {
+        (void)FakeHba::registerLibrary(&whole());
+        *table = whole();
+        table->GetAdapterPortAttributesHandler = [](HBA_HANDLE handle, HBA_UINT32 port,
+                                                    HBA_PORTATTRIBUTES *out) -> HBA_STATUS {
+            if (port != 0) return HBA_STATUS_OK;
+            return whole().GetAdapterPortAttributesHandler(handle, port, out);
+        };
+        return HBA_STATUS_OK;
+    }
+    Json::Value objectFrom(HBA_STATUS (*registration)(HBA_ENTRYPOINTS *)) {
+        constexpr char OTHER[] = "/usr/lib64/libtaciturn.so";
+        world.libraries.add(OTHER, {{"HBA_RegisterLibrary", FakeLibraries::entry(registration)}});
+        world.root.write(FcWorld::CONF, std::string("com.example.taciturn\t") + OTHER + "\n");
+        manager.cacheBuild();
+        return world.objects().at(0);
+    }
+};
+TEST_F(FcTaciturn, LibraryWithoutAttributesGivesAnEmptyAdapter) {
+    EXPECT_EQ(compact_json(objectFrom(withoutAttributes)),
+              R"({"FirmwareVersion":"","Manufacturer":"","Model":"","Oem":{"Description":"",)"
+              R"("PhysicalLocation":"FFFFFFFFFFFFFFFF"},"PartNumber":"","RomVersion":"",)"
+              R"("SerialNumber":"","Status":{"Health":"Unknown","State":"Unknown"},)"
+              R"("WWNN":"00:00:00:00:00:00:00:00","WWPN":"Not Available"})");
+    EXPECT_EQ(debugLines("Status of getdata is 0"), 1) << "a missing call is no failure";
+}
+TEST_F(FcTaciturn, LibraryWithoutPortsGivesAnEmptyPort) {
+    const Json::Value object = objectFrom(withoutPorts);
+    EXPECT_EQ(object["WWPN"], Json::Value("00:00:00:00:00:00:00:00"));
+    EXPECT_EQ(object["Status"]["State"], Json::Value("Unknown"));
+    EXPECT_EQ(object["WWNN"], Json::Value("20:00:02:00:5e:00:00:a1"));
+}
+TEST_F(FcTaciturn, PortThatIsNotFilledInIsEmptyAndNotTheOneBefore) {
+    world.hba.setAdapters({FcWorld::adapter(0xA1, {HBA_PORTSTATE_ONLINE, HBA_PORTSTATE_ONLINE})});
+    const Json::Value object = objectFrom(withOnePort);
+    EXPECT_EQ(object["WWPN"], Json::Value("00:00:00:00:00:00:00:00"));
+    EXPECT_EQ(object["Status"]["State"], Json::Value("Unknown"));
+}
+
 TEST_F(FcManager, HostWithoutAdapters) {
     world.hba.setAdapters({});
     (void)manager.isInventoryReady(8);
