@@ -278,6 +278,18 @@ TEST_F(FcLoop, StopDuringAPollEndsBehindIt) {
     thread.join();
     EXPECT_EQ(world.builds(), 1);
 }
+TEST_F(FcLoop, StopDuringAPollThatSeesAChangeEndsBehindItsRebuild) {
+    startAndWait();
+    holdAttributes();
+    world.clock.advance(10);
+    barrier.waitForArrival();
+    world.manager.stopResourceManagerJob();
+    world.setState(HBA_PORTSTATE_LINKDOWN);
+    letAttributesGo();
+    thread.join();
+    EXPECT_EQ(world.builds(), 2);
+    EXPECT_EQ(world.words(), "Linkdown Critical");
+}
 TEST_F(FcLoop, StopDuringAnEventEndsBehindItsRebuild) {
     openTheGate();
     world.setState(HBA_PORTSTATE_LINKDOWN);
