@@ -22,10 +22,17 @@ namespace {
 constexpr int GOOD = 0, FAILED = 1, USAGE = 2;
 constexpr std::size_t SHOWN_CODE = 40; // characters of a text that is no code
 
-std::string scenario_file(const LAB_OPTIONS &options, const LAB_PLACES &places) {
-    if (options.scenario.find('/') != std::string::npos || options.scenario.ends_with(".json"))
-        return options.scenario;
-    return places.scenarios + "/" + options.scenario + ".json";
+bool read_wanted_scenario(const LAB_OPTIONS &options, const LAB_PLACES &places, SCENARIO &scenario,
+                          std::string &error) {
+    const std::string &name = options.scenario;
+    if (name.find('/') != std::string::npos || name.ends_with(".json"))
+        return read_scenario(name, scenario, error);
+    const std::string file = places.scenarios + "/" + name + ".json";
+    std::error_code failure;
+    if (fs::exists(file, failure) || failure) return read_scenario(file, scenario, error);
+    error = "--scenario " + name + ": not in " + places.scenarios +
+            ", --list-scenarios names those that are";
+    return false;
 }
 
 bool is_server_command(const std::string &line) {
@@ -117,7 +124,7 @@ int main(int argc, char **argv) {
             .run();
 
     WORLD_SETTINGS settings;
-    if (!read_scenario(scenario_file(options, places), settings.scenario, error)) {
+    if (!read_wanted_scenario(options, places, settings.scenario, error)) {
         LabOutputs::complain(error);
         return FAILED;
     }

@@ -160,7 +160,11 @@ TEST(LabProgram, ClosedOutputIsNoPlaceForAFile) {
 TEST(LabProgram, UnknownScenario) {
     LabRun lab;
     EXPECT_EQ(lab.run({"--scenario", "nowhere"}), 1);
-    EXPECT_EQ(lab.err(), "orblab: " ORB_SCENARIOS "/nowhere.json: can't be read\n");
+    EXPECT_EQ(lab.err(), "orblab: --scenario nowhere: not in " ORB_SCENARIOS
+                         ", --list-scenarios names those that are\n");
+    EXPECT_EQ(lab.run({"--scenario", "nowhere.json"}), 1);
+    EXPECT_EQ(lab.err(), "orblab: nowhere.json: can't be read\n");
+    EXPECT_FALSE(std::filesystem::exists(lab.output()));
 }
 
 TEST(LabProgram, ScenarioWithoutAnEndIsRefused) {
