@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "linuxhost/nic_report.h"
 #include "world/host_facts.h"
 
 namespace {
@@ -218,6 +219,39 @@ TEST(NicDetails, WithoutCopperThereIsNothingToNegotiate) {
 TEST(NicDetails, OldHostTellsTheBusInDecimalDigits) {
     EXPECT_NE(nic_details_text(copper(), "old").find("         Bus Info: 0000:195:00.0\n"),
               std::string::npos);
+}
+
+// Two writers of one shape: what a server of the lab prints, and an ordinary Linux server.
+TEST(NicDetails, HaveTheLabelsOfTheLinuxCommand) {
+    const auto labels = [](const std::string &text) {
+        std::vector<std::string> all;
+        for (const std::string &line : lines_of(text))
+            all.push_back(line.substr(0, line.find(':') + 1));
+        return all;
+    };
+    EXPECT_EQ(labels(nic_details_text(copper(), "works")), labels(format_nic_details({}, {})));
+}
+
+TEST(NicList, IsTheTableOfTheLinuxCommand) {
+    SCENARIO_NIC down = fibre();
+    down.link = "Down";
+    down.adminUp = false;
+    std::vector<ORB_NIC> linuxNics(2);
+    for (std::size_t i = 0; i < 2; ++i) {
+        const SCENARIO_NIC nic = i == 0 ? copper() : down;
+        ORB_NIC &its = linuxNics[i];
+        its.name = nic.name;
+        its.pciAddress = nic.address;
+        its.driver = nic.driver;
+        its.adminUp = its.fullDuplex = i == 0;
+        its.link = i == 0 ? ORB_LINK::UP : ORB_LINK::DOWN;
+        its.speedMbps = i == 0 ? 1000 : 0;
+        its.macAddress = nic.mac;
+        its.mtuBytes = static_cast<std::uint32_t>(nic.mtu);
+        its.description = nic.description;
+    }
+    EXPECT_EQ(nic_list_answer({copper(), down}, "works").output, format_nic_list(linuxNics));
+    EXPECT_EQ(nic_list_answer({}, "works").output, format_nic_list({}));
 }
 
 TEST(PciList, HoldsTheAdaptersInTheirPlaces) {
