@@ -34,7 +34,6 @@ namespace {
 constexpr std::int64_t WAKE_UP_SECONDS = 10, SETTLED_SECONDS = 3, DEFAULT_REFRESH_SECONDS = 30;
 constexpr int RUNNING_TRIES = 3;
 constexpr std::int64_t RETRY_DELAY_MS = 3000;
-constexpr std::size_t HBA_NAME_BYTES = 256; // what a library may write, with the NUL
 
 constexpr int EVENT_INJECTED = 0, EVENT_ONLINE = 384, EVENT_OFFLINE = 385, EVENT_LINK_DOWN = 386,
               EVENT_FAILED = 388;
@@ -187,11 +186,10 @@ void FCResourceManager::discoverInstances() {
 int FCResourceManager::openAdapter(orbFCDeviceInfo &info) {
     ORB_LOG_DEBUG(FC_RM, "openAdapter() start...");
     int status = 1;
-    char name[HBA_NAME_BYTES] = {};
+    char name[HBA_ADAPTER_NAME_BYTES] = {};
     if (HBA_GetAdapterName(static_cast<unsigned>(info.adapterIndex), name) != 0) {
         ORB_LOG_DEBUG(FC_RM, "HBA_GetAdapterName() Failed\n");
     } else {
-        name[HBA_NAME_BYTES - 1] = '\0';
         info.adapterName = std::string(name).substr(0, orbFCDeviceInfo::NAME_LIMIT);
         ORB_LOG_DEBUG(FC_RM, format_text("Adapter name is %s", info.adapterName.c_str()));
         if (const HBA_HANDLE handle = HBA_OpenAdapter(name); handle != 0) {

@@ -76,7 +76,7 @@ HBA_UINT32 HBA_GetVersion();
 HBA_UINT32 HBA_GetNumberOfAdapters();
 
 /// The name of an adapter of the list.
-/// @param name  HBA_ADAPTER_NAME_BYTES, all of them written on success
+/// @param name  HBA_ADAPTER_NAME_BYTES, all of them written on success, the last one a NUL
 /// @return HBA_STATUS_OK, HBA_STATUS_ERROR_ILLEGAL_INDEX beyond the end of the list
 HBA_STATUS HBA_GetAdapterName(HBA_UINT32 index, char *name);
 
