@@ -1,0 +1,9 @@
+#include "storage/orbStorageControllerPortInfo.h"
+
+Json::Value orbStorageControllerPortInfo::getVariableData() {
+    return {};
+}
+
+Json::Value orbStorageControllerPortInfo::getInventoryData() {
+    return {};
+}
