@@ -137,6 +137,7 @@ int main(int argc, char **argv) {
         settings.scenario.lastStartAgo.reset();
         settings.scenario.host.fc = {};
         settings.scenario.host.fc.hasConf = false;
+        settings.scenario.host.storage = {};
     }
     settings.places = places;
     settings.outputFolder = options.output;

@@ -20,7 +20,7 @@ namespace {
 /// while the process ends.
 struct DOORS {
     explicit DOORS(const LIFE_SETTINGS &s)
-        : files(s.root), devices(s.root, s.controlSocket),
+        : files(s.root, s.realSysfs), devices(s.root, s.controlSocket),
           commands(s.answerFromMemory, s.lineCount, s.countedStart),
           libraries(s.vendorFolder, s.encoderFolder), clock(s.time),
           identity(s.hostFacts + "/identity.json", s.time), syslog(s.root + "/var/log/syslog") {

@@ -12,6 +12,7 @@
 /// What one run of the daemon gets from the world.
 struct LIFE_SETTINGS {
     std::string root;           ///< absolute; the simulated server's files
+    bool realSysfs = false;     ///< this machine's /sys in place of that below the root
     std::string commandFolders; ///< put in front of PATH
     std::string hostFacts;      ///< folder with what the host commands print
     std::string vendorFolder;   ///< vendor libraries but the next

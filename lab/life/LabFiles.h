@@ -7,14 +7,19 @@
 #include "hostaccess/orbHostLibraries.h"
 #include "hostaccess/orbHostSyslog.h"
 
-/// The simulated server's files: every path lies below one root. Any thread.
+/// The simulated server's files: every path lies below one root, but for those of sysfs where the
+/// server is this machine. Any thread.
 class LabFiles final : public IorbHostFiles {
 public:
-    explicit LabFiles(std::string hostRoot) : root(std::move(hostRoot)) {}
-    std::string map(const std::string &hostPath) override { return root + hostPath; }
+    explicit LabFiles(std::string hostRoot, bool useRealSysfs = false)
+        : root(std::move(hostRoot)), realSysfs(useRealSysfs) {}
+    std::string map(const std::string &hostPath) override {
+        return realSysfs && hostPath.starts_with("/sys/") ? hostPath : root + hostPath;
+    }
 
 private:
     const std::string root;
+    const bool realSysfs;
 };
 
 /// The system log as a file, a line per call. Any thread.

@@ -12,10 +12,11 @@
 #include "core/orbModuleTags.h"
 #include "world/ethernet_report.h"
 #include "world/fc_report.h"
+#include "world/storage_report.h"
 #include "world/summary.h"
 
 namespace {
-constexpr std::size_t LINE_LIMIT = 64 * 1024, ADAPTER_LIMIT = 1000;
+constexpr std::size_t LINE_LIMIT = 64 * 1024, UNIT_LIMIT = 1000;
 
 /// The text behind `mark`, none where the line doesn't hold it.
 std::optional<std::string> behind(const std::string &line, const char *mark) {
@@ -50,6 +51,7 @@ const char *manager_of(const std::string &id) {
 std::string manager_with(const std::string &tag) {
     if (tag == HOST_RM) return "HostOSInfo";
     if (tag == FC_RM) return "FibreChannelDevices";
+    if (tag == SAS_RM) return "StorageControllers";
     return tag == NIC_RM ? "EthernetDevices" : tag;
 }
 } // namespace
@@ -82,18 +84,19 @@ std::vector<std::string> LogTail::newLines() {
     return lines;
 }
 
-std::optional<std::string> DaemonProgress::adapter(const std::string &line) {
-    const bool isFc = tag_of(line) == FC_RM;
+std::optional<std::string> DaemonProgress::unit(const std::string &line, const char *keyPath,
+                                                const char *kind,
+                                                std::string (*textOf)(const Json::Value &)) {
     const std::size_t brace = line.find('{');
     Json::Value object;
     if (brace == std::string::npos || !parse_json(line.substr(brace), object)) return std::nullopt;
-    const Json::Value name = member_at(object, isFc ? "WWNN" : "Oem.DeviceName");
+    const Json::Value name = member_at(object, keyPath);
     if (!name.isString()) return std::nullopt;
-    std::string text = "adapter " + (isFc ? fc_adapter_text(object) : adapter_text(object));
-    const auto known = adapters.find(name.asString());
-    if (known == adapters.end()) {
-        if (adapters.size() == ADAPTER_LIMIT) return std::nullopt;
-        adapters.emplace(name.asString(), text);
+    std::string text = kind + textOf(object);
+    const auto known = units.find(name.asString());
+    if (known == units.end()) {
+        if (units.size() == UNIT_LIMIT) return std::nullopt;
+        units.emplace(name.asString(), text);
         return text;
     }
     if (known->second == text) return std::nullopt;
@@ -120,11 +123,15 @@ std::optional<std::string> DaemonProgress::read(const std::string &line) {
         const std::string manager = manager_of(*rest);
         return format_text("readiness pass %d: %s not ready", ++unready[manager], manager.c_str());
     }
-    if (line.find("Printing Ethernet Instance ") != std::string::npos ||
-        line.find("FC_RM: {") != std::string::npos)
-        return adapter(line);
+    if (line.find("Printing Ethernet Instance ") != std::string::npos)
+        return unit(line, "Oem.DeviceName", "adapter ", adapter_text);
+    if (line.find("FC_RM: {") != std::string::npos)
+        return unit(line, "WWNN", "adapter ", fc_adapter_text);
+    if (line.find("Printing controller instance ") != std::string::npos)
+        return unit(line, "Oem.Description", "controller ", controller_text);
     if (line.find("Exiting CacheBuild") != std::string::npos) return firstCache(tag_of(line));
     if (line.find("FC cache status 1") != std::string::npos) return firstCache(FC_RM);
+    if (line.find("SAS RM cache status 1") != std::string::npos) return firstCache(SAS_RM);
     if (line.find("Success in delivering inventory string to RMC!") != std::string::npos)
         return "inventory delivered";
     if (line.find("An Error occurred in delivering inventory string to RMC!") != std::string::npos)

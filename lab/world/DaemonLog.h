@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include <json/json.h>
+
 /// Follows one log file from its start as it grows.
 class LogTail {
 public:
@@ -31,10 +33,12 @@ public:
     std::optional<std::string> read(const std::string &logLine);
 
 private:
-    std::optional<std::string> adapter(const std::string &line);
+    /// The line's object, when it reads otherwise than before. @param keyPath  of its name
+    std::optional<std::string> unit(const std::string &line, const char *keyPath, const char *kind,
+                                    std::string (*textOf)(const Json::Value &));
     std::optional<std::string> firstCache(const std::string &tag);
 
-    std::map<std::string, std::string> adapters; // what was last told, by name
-    std::vector<std::string> cached;             // module tags whose first cache is there
-    std::map<std::string, int> unready; // passes that found a manager not ready, by its name
+    std::map<std::string, std::string> units; // what was last told, by name
+    std::vector<std::string> cached;          // module tags whose first cache is there
+    std::map<std::string, int> unready;       // passes that found a manager not ready, by its name
 };

@@ -12,6 +12,8 @@
 #include "world/lab_command.h"
 #include "world/nic_facts.h"
 #include "world/scenario_fc.h"
+#include "world/scenario_storage.h"
+#include "world/storage_changes.h"
 
 namespace {
 constexpr int BASE_LIMIT = 8;
@@ -147,7 +149,7 @@ void read_host(const Json::Value &value, SCENARIO_HOST &host, std::string &error
     Members members(value, "host", error);
     members.only({"name", "osName", "osVersion", "build", "update", "patch", "kernelName",
                   "kernelRelease", "kernelVersion", "kernelMachine", "memoryMBytes", "freeMBytes",
-                  "uptimeSeconds", "addresses", "pci", "nics", "fc"});
+                  "uptimeSeconds", "addresses", "pci", "nics", "fc", "storage"});
     members.text("name", host.name, 64);
     members.text("osName", host.osName);
     members.text("osVersion", host.osVersion);
@@ -182,6 +184,8 @@ void read_host(const Json::Value &value, SCENARIO_HOST &host, std::string &error
                 error = place + ".name: is there twice";
     });
     if (members.has("fc")) read_scenario_fc(members.at("fc"), "host.fc", host.fc, error);
+    if (members.has("storage"))
+        read_scenario_storage(members.at("storage"), "host.storage", host.storage, error);
     if (host.name.empty()) members.fail("name", "must not be empty");
 }
 
@@ -189,6 +193,10 @@ bool has_subject(const SCENARIO_HOST &host, const LAB_COMMAND &command, std::str
     if (command.kind == LAB_COMMAND::Kind::FC || command.kind == LAB_COMMAND::Kind::HBA) {
         SCENARIO_FC tried = host.fc;
         return change_fc(tried, command, error);
+    }
+    if (command.kind == LAB_COMMAND::Kind::STORAGE) {
+        SCENARIO_STORAGE tried = host.storage;
+        return change_storage(tried, command, error);
     }
     if (command.kind != LAB_COMMAND::Kind::NIC) return true;
     for (const SCENARIO_NIC &each : host.nics)

@@ -79,6 +79,32 @@ struct SCENARIO_FC {
     std::optional<std::string> conf; ///< its text, in place of a line for each library
 };
 
+/// A SCSI host, the port of a storage controller.
+struct SCENARIO_STORAGE_HOST {
+    unsigned number = 0;           ///< of host0
+    std::optional<unsigned> ata;   ///< its ATA device's number, where it has one
+    std::string state = "running"; ///< a word of is_storage_state
+    bool present = true;
+};
+
+/// A storage controller, in the host's sysfs tree and in the list of PCI devices.
+struct SCENARIO_STORAGE_CONTROLLER {
+    std::string name, address; ///< "vmhba1"; "0000:51:00.0"
+    std::string bridge;        ///< the bridge's address, where it stands behind one
+    std::string driver, firmware, tracer, className = "Serial Attached SCSI controller";
+    std::string vendorName, deviceName;
+    std::uint16_t vendor = 0, device = 0, subVendor = 0, subDevice = 0, deviceClass = 0x0107;
+    bool present = true;
+    std::vector<SCENARIO_STORAGE_HOST> hosts;
+};
+
+struct SCENARIO_STORAGE {
+    std::string links = "long"; ///< a word of is_storage_link
+    /// The class folders keep their times when hosts come and go, as in present-day kernels.
+    bool foldersKeepTimes = false;
+    std::vector<SCENARIO_STORAGE_CONTROLLER> controllers;
+};
+
 struct SCENARIO_ADDRESS {
     std::string interface, address;
 };
@@ -91,6 +117,7 @@ struct SCENARIO_HOST {
     std::vector<SCENARIO_PCI> pci;
     std::vector<SCENARIO_NIC> nics;
     SCENARIO_FC fc;
+    SCENARIO_STORAGE storage;
 };
 
 /// When a step of the timeline is due: all that it names must hold, then `wait` seconds pass.

@@ -26,7 +26,7 @@ World::World(WORLD_SETTINGS wanted)
     : settings(std::move(wanted)), scenario(settings.scenario),
       root(std::filesystem::absolute(settings.outputFolder).lexically_normal() / "root",
            settings.speed),
-      outputs(settings.style),
+      sysfs(root.path()), outputs(settings.style),
       expectations(scenario.expect), logs{LogTail(root.path() + LAB_LOG_FILE),
                                           LogTail(root.path() + LAB_DEBUG_LOG_FILE)} {
     for (const SCENARIO_STEP &each : scenario.timeline) stepLogSeen.push_back(each.log.empty());
@@ -54,6 +54,7 @@ bool World::prepare(std::string &error) {
     const std::int64_t second = time.nowNs() / NS;
     bootTime = second - scenario.host.uptimeSeconds;
     if (!root.writeHost(scenario, settings.keep, error) ||
+        (!settings.realHost && !sysfs.make(scenario.host.storage, second, error)) ||
         (settings.realHost && !makeRealHost(error)) ||
         !root.writeIdentity(scenario.host, bootTime, settings.realHost, error) ||
         (!settings.keep && !root.writeRunState(scenario, second, error)))
@@ -88,6 +89,7 @@ int World::pollTimeoutMs() const {
     if (state == Life::DOWN) untilSeconds = nextAt - now();
     if (step < scenario.timeline.size() && stepReady)
         untilSeconds = std::min(untilSeconds, *stepReady + scenario.timeline[step].wait - now());
+    for (const RESET &each : resets) untilSeconds = std::min(untilSeconds, each.endsAt - now());
     if (untilSeconds < 1e9)
         ns = std::min(
             ns, time.realWaitNs(static_cast<std::int64_t>(std::max(untilSeconds, 0.0) * 1e9)));
@@ -123,6 +125,7 @@ void World::loop() {
         reapLife();
         watchStop();
         if (!bootIfDue()) finish(false, "daemon: could not be started");
+        endResets();
         runTimeline();
         if (outputs.hasFailed()) finish(false, "output is lost");
 

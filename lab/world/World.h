@@ -21,6 +21,7 @@
 #include "world/OutputFolder.h"
 #include "world/ReceivedSoFar.h"
 #include "world/Scenario.h"
+#include "world/StorageTree.h"
 #include "world/host_root.h"
 #include "world/lab_command.h"
 #include "world/lab_places.h"
@@ -92,6 +93,8 @@ private:
     bool runLifeCommand(const LAB_COMMAND &command, std::string &error);
     bool changeNic(const LAB_COMMAND &command, std::string &error);
     bool changeFc(const LAB_COMMAND &command, std::string &error);
+    bool changeStorage(const LAB_COMMAND &command, std::string &error);
+    void endResets(); // whose time is over
     bool setFact(const LAB_COMMAND &command, std::string &error);
     void readLog();
     void finish(bool good, const std::string &why);
@@ -101,6 +104,7 @@ private:
     WORLD_SETTINGS settings;
     SCENARIO &scenario;
     HostRoot root;
+    StorageTree sysfs;
     LabOutputs outputs;
     CommandInputs inputs;
     Rmc rmc;
@@ -124,6 +128,12 @@ private:
     std::int64_t bootTime = 0;
     std::vector<CONNECTION> connections;
     std::size_t transferMessages = 0;
+
+    struct RESET {
+        std::string controller;
+        double endsAt; // lab seconds
+    };
+    std::vector<RESET> resets; // that run
 
     std::size_t step = 0; // of the timeline
     std::optional<double> stepReady;

@@ -17,6 +17,7 @@
 #include "world/World.h"
 #include "world/fc_changes.h"
 #include "world/fc_facts.h"
+#include "world/storage_changes.h"
 
 namespace {
 constexpr std::int64_t NS = 1'000'000'000;
@@ -88,6 +89,7 @@ bool World::startLife() {
     its.commandFolders = settings.realHost ? settings.places.libexec : settings.places.commands;
     its.hostFacts = root.factsFolder();
     its.vendorFolder = its.encoderFolder = settings.places.vendor;
+    its.realSysfs = settings.realHost;
     // A daemon looks for its encoder once, so this holds for the whole of its life.
     if (scenario.encoder == "missing") its.encoderFolder += "/missing";
     if (scenario.encoder == "incomplete") its.encoderFolder += "/incomplete";
@@ -248,6 +250,8 @@ bool World::runCommand(const std::string &line, std::string &error) {
     case Kind::FC:
     case Kind::HBA:
         return changeFc(command, error);
+    case Kind::STORAGE:
+        return changeStorage(command, error);
     case Kind::SHOW:
         outputs.note(now(), command.subject == "hba"
                                 ? hba_calls_text(scenario.host.fc, root.factsFolder())
@@ -305,6 +309,35 @@ bool World::changeFc(const LAB_COMMAND &command, std::string &error) {
         return false;
     }
     return change_fc(scenario.host.fc, command, error) && root.writeFacts(scenario, error);
+}
+
+bool World::changeStorage(const LAB_COMMAND &command, std::string &error) {
+    if (settings.realHost) {
+        error = "storage " + command.subject + ": this machine's own controllers are in use";
+        return false;
+    }
+    if (!change_storage(scenario.host.storage, command, error)) return false;
+    const std::string &name = find_controller(scenario.host.storage, command.subject)->name;
+    // Whoever takes a controller out, puts it in or resets it anew ends a reset that runs.
+    if (command.detail.empty() &&
+        (command.value == "remove" || command.value == "add" || command.value == "reset"))
+        std::erase_if(resets, [&](const RESET &each) { return each.controller == name; });
+    if (command.value == "reset") resets.push_back({name, now() + command.downSeconds});
+    return root.writeFacts(scenario, error) &&
+           sysfs.change(scenario.host.storage, time.nowNs() / NS, error);
+}
+
+void World::endResets() {
+    for (std::size_t i = 0; i < resets.size();) {
+        if (resets[i].endsAt > now()) {
+            ++i;
+            continue;
+        }
+        const std::string line = "storage " + resets[i].controller + " add";
+        resets.erase(resets.begin() + static_cast<std::ptrdiff_t>(i));
+        std::string error;
+        if (!runCommand(line, error)) LabOutputs::complain(error);
+    }
 }
 
 bool World::setFact(const LAB_COMMAND &command, std::string &error) {

@@ -50,6 +50,22 @@ SCENARIO_PCI pci_device_of(const SCENARIO_NIC &nic) {
     return device;
 }
 
+SCENARIO_PCI pci_device_of(const SCENARIO_STORAGE_CONTROLLER &controller) {
+    SCENARIO_PCI device;
+    device.address = controller.address;
+    device.vendorName = controller.vendorName;
+    device.deviceName = controller.deviceName;
+    device.kernelName = controller.name;
+    device.className = controller.className;
+    device.vendor = controller.vendor;
+    device.device = controller.device;
+    device.subVendor = controller.subVendor;
+    device.subDevice = controller.subDevice;
+    device.deviceClass = controller.deviceClass;
+    if (!controller.driver.empty()) device.moduleName = controller.driver;
+    return device;
+}
+
 std::string pci_block(const SCENARIO_MACHINE &machine, const SCENARIO_PCI &device) {
     std::uint16_t segment = 0;
     std::uint8_t bus = 0, deviceFunction = 0;
@@ -96,6 +112,8 @@ std::string pci_list_text(const SCENARIO &scenario) {
     for (const SCENARIO_NIC &each : scenario.host.nics)
         if (each.present && each.address != NO_PCI_DEVICE) devices.push_back(pci_device_of(each));
     for (const SCENARIO_PCI &each : fc_pci_devices(scenario.host.fc)) devices.push_back(each);
+    for (const SCENARIO_STORAGE_CONTROLLER &each : scenario.host.storage.controllers)
+        if (each.present) devices.push_back(pci_device_of(each));
     std::stable_sort(devices.begin(), devices.end(), [](const auto &one, const auto &other) {
         return one.address < other.address;
     });

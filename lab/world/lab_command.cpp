@@ -9,6 +9,7 @@
 #include "core/number_readers.h"
 #include "vendor/hba_handlers.h"
 #include "world/nic_facts.h"
+#include "world/scenario_storage.h"
 
 namespace {
 constexpr double DOWN_SECONDS = 30;
@@ -16,6 +17,7 @@ constexpr std::size_t SHOWN_LINE = 60; // bytes of a line that is no command
 constexpr std::int64_t LONGEST_DELAY_MS = 600'000;
 constexpr std::size_t LONGEST_NAME = 15; // of an interface
 constexpr std::size_t LONGEST_WWN = 23;
+constexpr std::int64_t HIGHEST_HOST = 99999;
 
 std::vector<std::string> words_of(const std::string &line) {
     std::istringstream stream(line);
@@ -189,6 +191,43 @@ bool parse_hba(const std::vector<std::string> &words, LAB_COMMAND &command, std:
     return false;
 }
 
+bool parse_storage(const std::vector<std::string> &words, LAB_COMMAND &command,
+                   std::string &error) {
+    command.kind = LAB_COMMAND::Kind::STORAGE;
+    error = std::string("storage: say which and what, such as \"storage vmhba1 offline\" or "
+                        "\"storage vmhba1 0 remove\": ") +
+            STORAGE_STATES + "; remove, add, reset";
+    if (words.size() != 3 && words.size() != 4) return false;
+    if (words[1].size() > LONGEST_NAME) {
+        error = "storage: a name has at most " + std::to_string(LONGEST_NAME) + " characters";
+        return false;
+    }
+    command.subject = words[1];
+    if (words[2] == "reset") {
+        command.value = words[2];
+        command.downSeconds = DOWN_SECONDS;
+        const auto seconds = number_of(words.back(), 1'000'000'000);
+        if (words.size() == 4 && (!seconds || *seconds < 1)) {
+            error = "storage: reset needs seconds, 1 or more";
+            return false;
+        }
+        if (words.size() == 4) command.downSeconds = static_cast<double>(*seconds);
+        error.clear();
+        return true;
+    }
+    command.value = words.back();
+    if (words.size() == 4) {
+        const bool isName = words[2].starts_with("host");
+        const auto port = number_of(isName ? words[2].substr(4) : words[2], HIGHEST_HOST);
+        if (!port) return false;
+        command.detail = (isName ? "host" : "") + std::to_string(*port);
+    }
+    if (command.value != "remove" && command.value != "add" && !is_storage_state(command.value))
+        return false;
+    error.clear();
+    return true;
+}
+
 constexpr const char *HELP_ON_RMC =
     "door-bell [generic]          the RMC asks for a fresh inventory\n"
     "rmc status N | exit N | completion N | delay MS | handle N | short N | silent | normal\n"
@@ -206,6 +245,13 @@ constexpr const char *HELP_ON_SERVER =
     "fc NAME remove | add         the adapter goes and comes back\n"
     "hba LIBRARY|all CALL fails | works\n"
     "                             a call of a vendor's library, such as OpenAdapter\n"
+    "storage NAME [PORT] created | running | cancel | deleted | recovery | cancel/recovery |\n"
+    "    deleted/recovery | quiesce | offline | transport-offline | blocked | created-blocked |\n"
+    "    online | optimal | unreadable\n"
+    "                             a storage controller's SCSI hosts; NAME may be a PCI address\n"
+    "storage NAME [PORT] remove | add\n"
+    "                             the controller or a host of it goes and comes back\n"
+    "storage NAME reset [SECONDS] all its hosts go, and come back\n"
     "set nics works | fails | empty | headless | cut | short | blank | old | binary | huge |\n"
     "    hangs                    the list of adapters\n"
     "set encoder works | refuses  the encoder of locations, at once;\n"
@@ -234,6 +280,7 @@ bool is_about_server(const LAB_COMMAND &command) {
     case Kind::NIC:
     case Kind::FC:
     case Kind::HBA:
+    case Kind::STORAGE:
     case Kind::SET:
         return true;
     case Kind::SHOW:
@@ -260,6 +307,7 @@ bool parse_lab_command(const std::string &line, LAB_COMMAND &command, std::strin
     if (verb == "nic") return parse_nic(words, command, error);
     if (verb == "fc") return parse_fc(words, command, error);
     if (verb == "hba") return parse_hba(words, command, error);
+    if (verb == "storage") return parse_storage(words, command, error);
     if (verb == "set") return parse_set(words, command, error);
     if (words.size() == 1 && (verb == "help" || verb == "quit")) {
         command.kind = verb == "help" ? Kind::HELP : Kind::QUIT;

@@ -20,6 +20,7 @@ struct LAB_COMMAND {
         NIC,
         FC,
         HBA,
+        STORAGE,
         SET,
         SHOW,
         QUIT,
@@ -28,9 +29,12 @@ struct LAB_COMMAND {
     RMC_BEHAVIOUR behaviour; ///< of RMC
     /// Of SET: what, and to what. Of NIC: which, and Up, Down, Unknown, remove or add. SHOW: what.
     /// Of FC: which, and a state, remove or add. Of HBA: a library or "all", and works or fails.
+    /// Of STORAGE: which, and a state, remove, add or reset.
     std::string subject, value;
-    std::string detail;     ///< of FC: the port's place, empty for each; of HBA: the call
-    double downSeconds = 0; ///< of the host's ends
+    /// Of FC and STORAGE: the port's place, of STORAGE also its name, empty for each. Of HBA: the
+    /// call.
+    std::string detail;
+    double downSeconds = 0; ///< of the host's ends and of a reset
 };
 
 /// Reads one line. @param error  takes what is wrong with it, on failure

@@ -8,6 +8,7 @@
 #include "vendor/location_code.h"
 #include "world/ethernet_report.h"
 #include "world/fc_report.h"
+#include "world/storage_report.h"
 
 namespace {
 struct MEANING {
@@ -22,6 +23,8 @@ constexpr MEANING MEANINGS[] = {
     {385, "a Fibre Channel port is offline"},
     {386, "a Fibre Channel port has no link"},
     {388, "a Fibre Channel port has failed"},
+    {397, "a storage controller is well again"},
+    {398, "a storage controller is in trouble"},
     {678, "an Ethernet adapter has errors"},
     {680, "an Ethernet adapter is well again"},
 };
@@ -118,6 +121,7 @@ std::string summary_text(const Json::Value &document) {
     }
     text += adapter_table(member_at(data, "EthernetDevices"));
     text += fc_adapter_table(member_at(data, "FibreChannelDevices"));
+    text += controller_table(member_at(data, "StorageControllers"));
     return text;
 }
 

@@ -150,11 +150,50 @@ TEST(LabCommand, FibreChannelAdaptersAndCalls) {
     EXPECT_EQ(parsed("show hba").subject, "hba");
 }
 
+TEST(LabCommand, StorageControllersAndTheirHosts) {
+    LAB_COMMAND command = parsed("storage vmhba1 offline");
+    EXPECT_EQ(command.kind, Kind::STORAGE);
+    EXPECT_EQ(command.subject, "vmhba1");
+    EXPECT_EQ(command.detail, "");
+    EXPECT_EQ(command.value, "offline");
+    command = parsed("storage 0000:51:00.0 0x01 remove");
+    EXPECT_EQ(command.subject, "0000:51:00.0");
+    EXPECT_EQ(command.detail, "1");
+    EXPECT_EQ(command.value, "remove");
+    EXPECT_EQ(parsed("storage vmhba1 host12 add").detail, "host12");
+    for (const char *state :
+         {"created", "running", "cancel", "deleted", "recovery", "cancel/recovery",
+          "deleted/recovery", "quiesce", "offline", "transport-offline", "blocked",
+          "created-blocked", "online", "optimal", "unreadable", "remove", "add"})
+        EXPECT_EQ(parsed(std::string("storage vmhba1 0 ") + state).value, state);
+    const std::string usage =
+        "storage: say which and what, such as \"storage vmhba1 offline\" or \"storage vmhba1 0 "
+        "remove\": created, running, cancel, deleted, recovery, cancel/recovery, "
+        "deleted/recovery, quiesce, offline, transport-offline, blocked, created-blocked, online, "
+        "optimal or unreadable; remove, add, reset";
+    for (const char *line :
+         {"storage", "storage vmhba1", "storage vmhba1 up", "storage vmhba1 host offline",
+          "storage vmhba1 x offline", "storage vmhba1 100000 offline", "storage vmhba1 0 reset",
+          "storage vmhba1 0 1 offline", "storage vmhba1 reset 1 2"})
+        EXPECT_EQ(error_of(line), usage) << line;
+    EXPECT_EQ(error_of("storage " + std::string(16, 'x') + " offline"),
+              "storage: a name has at most 15 characters");
+}
+
+TEST(LabCommand, ResetOfAControllerTakesItsTime) {
+    EXPECT_EQ(parsed("storage vmhba1 reset").value, "reset");
+    EXPECT_EQ(parsed("storage vmhba1 reset").downSeconds, 30);
+    EXPECT_EQ(parsed("storage vmhba1 reset 1").downSeconds, 1);
+    for (const char *line :
+         {"storage vmhba1 reset 0", "storage vmhba1 reset soon", "storage vmhba1 reset 1000000001"})
+        EXPECT_EQ(error_of(line), "storage: reset needs seconds, 1 or more") << line;
+}
+
 TEST(LabCommand, HelpNamesEachVerb) {
     const std::string help = lab_command_help(true);
     for (const char *verb :
          {"door-bell", "rmc", "restart daemon", "crash daemon", "reboot host", "crash host",
-          "nic NAME", "fc NAME", "hba LIBRARY", "show hba", "set", "show", "quit"})
+          "nic NAME", "fc NAME", "hba LIBRARY", "storage NAME", "show hba", "set", "show", "quit"})
         EXPECT_NE(help.find(verb), std::string::npos) << verb;
 }
 
@@ -162,7 +201,7 @@ TEST(LabCommand, HelpOnTheRmcAloneNamesNothingOfTheServer) {
     const std::string help = lab_command_help(false);
     for (const char *verb : {"door-bell", "rmc", "show", "help", "quit"})
         EXPECT_NE(help.find(verb), std::string::npos) << verb;
-    for (const char *verb : {"daemon", "host", "set ", "fc ", "hba"})
+    for (const char *verb : {"daemon", "host", "set ", "fc ", "hba", "storage"})
         EXPECT_EQ(help.find(verb), std::string::npos) << verb;
 }
 
@@ -175,7 +214,7 @@ TEST(LabCommand, KnowsWhatIsAboutTheServer) {
     };
     for (const char *line : {"restart daemon", "crash daemon", "reboot host", "crash host 2",
                              "set host name x", "set ipmi off", "nic vmnic0 up", "fc vmhba3 online",
-                             "hba all OpenAdapter works", "show hba"})
+                             "hba all OpenAdapter works", "storage vmhba1 reset", "show hba"})
         EXPECT_TRUE(isAboutServer(line)) << line;
     for (const char *line : {"", "# set", "door-bell", "door-bell generic", "rmc silent",
                              "show events", "help", "quit"})

@@ -309,3 +309,11 @@ TEST(LabLibraries, EncodersHaveAFolderOfTheirOwn) {
     EXPECT_EQ(libraries.close(adapters), 0);
     EXPECT_EQ(libraries.open("/usr/lib64/.", 1), nullptr) << "a folder";
 }
+
+TEST(LabFiles, SysfsAloneMayBeThisMachines) {
+    LabFiles simulated("/root/of/lab"), real("/root/of/lab", true);
+    EXPECT_EQ(simulated.map("/sys/class/scsi_host"), "/root/of/lab/sys/class/scsi_host");
+    EXPECT_EQ(real.map("/sys/class/scsi_host"), "/sys/class/scsi_host");
+    EXPECT_EQ(real.map("/sysfs"), "/root/of/lab/sysfs");
+    EXPECT_EQ(real.map("/var/tmp/x"), "/root/of/lab/var/tmp/x");
+}

@@ -28,7 +28,16 @@ const char GOOD[] = R"({
                                    {"wwn": "21:01:02:00:5e:00:00:a1", "name": "vmhba4",
                                     "address": "0000:24:00.1"}]},
                         {"name": "vmhba5", "address": "0000:25:00.0", "present": false,
-                         "wwn": "20:00:02:00:5e:00:00:a2"}]}]}},
+                         "wwn": "20:00:02:00:5e:00:00:a2"}]}]},
+    "storage": {"links": "short", "foldersKeepTimes": true,
+                "controllers": [{"name": "vmhba1", "address": "0000:65:00.0",
+                                 "bridge": "0000:64:00.0", "driver": "mpt3sas", "firmware": "16.00",
+                                 "tracer": "EX1", "vendor": "0x1000", "device": "0x0097",
+                                 "subVendor": "0x15d9", "subDevice": "0x0808", "class": "0x0104",
+                                 "className": "RAID", "vendorName": "a", "deviceName": "b",
+                                 "hosts": [{"number": 8, "state": "recovery"},
+                                           {"number": 9, "ata": 3, "present": false}]},
+                                {"name": "vmhba2", "address": "0000:66:00.0", "present": false}]}},
   "nicList": "short", "encoder": "missing",
   "runState": {"lastStartAgo": 10},
   "commands": ["rmc silent"],
@@ -47,6 +56,10 @@ Json::Value &fc(Json::Value &root) {
 }
 Json::Value &fc_adapter(Json::Value &root) {
     return fc(root)["libraries"][0]["adapters"][0];
+}
+
+Json::Value &storage(Json::Value &root) {
+    return root["host"]["storage"];
 }
 
 struct BadCase {
@@ -161,6 +174,45 @@ const BadCase BAD[] = {
              fc_adapter(v)["ports"].append(Json::Value(fc_adapter(v)["ports"][0]));
      },
      "host.fc.libraries[0].adapters[0].ports: are too many"},
+    {"StorageKey", [](Json::Value &v) { storage(v)["colour"] = 1; },
+     "host.storage.colour: unknown key"},
+    {"StorageLinks", [](Json::Value &v) { storage(v)["links"] = "old"; },
+     "host.storage.links: must be long, short or folder"},
+    {"StorageName", [](Json::Value &v) { storage(v)["controllers"][0]["name"] = "../x"; },
+     "host.storage.controllers[0].name: must be small letters and digits"},
+    {"StorageAddress",
+     [](Json::Value &v) { storage(v)["controllers"][0]["address"] = "../../../x"; },
+     "host.storage.controllers[0].address: must be a PCI address such as 0000:24:00.0"},
+    {"StorageBridge", [](Json::Value &v) { storage(v)["controllers"][0]["bridge"] = "x"; },
+     "host.storage.controllers[0].bridge: must be a PCI address such as 0000:24:00.0"},
+    {"StorageLine", [](Json::Value &v) { storage(v)["controllers"][0]["driver"] = "a\nb"; },
+     "host.storage.controllers[0].driver: must be one line"},
+    {"StorageTwice",
+     [](Json::Value &v) { storage(v)["controllers"][1]["address"] = "0000:65:00.0"; },
+     "host.storage.controllers: 0000:65:00.0: is there twice"},
+    {"StorageHostTwice",
+     [](Json::Value &v) { storage(v)["controllers"][0]["hosts"][1]["number"] = 8; },
+     "host.storage.controllers: host8: is there twice"},
+    {"StorageHostNumber",
+     [](Json::Value &v) { storage(v)["controllers"][0]["hosts"][0].removeMember("number"); },
+     "host.storage.controllers[0].hosts[0].number: must be given"},
+    {"StorageHostState",
+     [](Json::Value &v) { storage(v)["controllers"][0]["hosts"][0]["state"] = "well"; },
+     "host.storage.controllers[0].hosts[0].state: must be created, running, cancel, deleted, "
+     "recovery, cancel/recovery, deleted/recovery, quiesce, offline, transport-offline, blocked, "
+     "created-blocked, online, optimal or unreadable"},
+    {"StorageHostsTooMany",
+     [](Json::Value &v) {
+         for (int i = 0; i <= 16384; ++i)
+             storage(v)["controllers"][0]["hosts"][i]["number"] = i;
+     },
+     "host.storage.controllers[0].hosts: are too many"},
+    {"StorageCommandForNobody",
+     [](Json::Value &v) { v["commands"][0] = "storage vmhba9 offline"; },
+     "commands[0]: storage vmhba9: no such controller"},
+    {"StorageCommandForNoPort",
+     [](Json::Value &v) { v["timeline"][0]["do"] = "storage vmhba1 host7 offline"; },
+     "timeline[0].do: storage vmhba1: has no such port"},
     {"FcCommandForNobody", [](Json::Value &v) { v["commands"][0] = "fc vmhba9 online"; },
      "commands[0]: fc vmhba9: no such adapter"},
     {"HbaStepForNobody",
@@ -250,6 +302,33 @@ TEST(Scenario, ReadsWhatItSays) {
     EXPECT_EQ(adapter.ports.at(0).id, 7u);
     EXPECT_EQ(adapter.ports.at(1).state, "online");
     EXPECT_EQ(adapter.ports.at(1).address, "0000:24:00.1");
+    const SCENARIO_STORAGE &controllers = scenario.host.storage;
+    EXPECT_EQ(controllers.links, "short");
+    EXPECT_TRUE(controllers.foldersKeepTimes);
+    const SCENARIO_STORAGE_CONTROLLER &controller = controllers.controllers.at(0);
+    EXPECT_EQ(controller.name, "vmhba1");
+    EXPECT_EQ(controller.address, "0000:65:00.0");
+    EXPECT_EQ(controller.bridge, "0000:64:00.0");
+    EXPECT_EQ(controller.driver, "mpt3sas");
+    EXPECT_EQ(controller.firmware, "16.00");
+    EXPECT_EQ(controller.tracer, "EX1");
+    EXPECT_EQ(controller.vendor, 0x1000);
+    EXPECT_EQ(controller.device, 0x0097);
+    EXPECT_EQ(controller.subVendor, 0x15D9);
+    EXPECT_EQ(controller.subDevice, 0x0808);
+    EXPECT_EQ(controller.deviceClass, 0x0104);
+    EXPECT_EQ(controller.className, "RAID");
+    EXPECT_EQ(controller.vendorName, "a");
+    EXPECT_EQ(controller.deviceName, "b");
+    EXPECT_EQ(controller.hosts.at(0).number, 8u);
+    EXPECT_EQ(controller.hosts.at(0).state, "recovery");
+    EXPECT_TRUE(controller.hosts.at(0).present);
+    EXPECT_EQ(controller.hosts.at(0).ata, std::nullopt);
+    EXPECT_EQ(controller.hosts.at(1).number, 9u);
+    EXPECT_EQ(controller.hosts.at(1).state, "running");
+    EXPECT_EQ(controller.hosts.at(1).ata, 3u);
+    EXPECT_FALSE(controller.hosts.at(1).present);
+    EXPECT_FALSE(controllers.controllers.at(1).present);
     EXPECT_EQ(scenario.encoder, "missing");
     EXPECT_EQ(scenario.lastStartAgo, 10);
     EXPECT_EQ(scenario.lastStopAgo, 0);
