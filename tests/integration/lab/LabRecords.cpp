@@ -6,6 +6,10 @@
 
 #include "core/json_text.h"
 
+bool await_first(LabRun &lab) {
+    return lab.await("\"text\":\"inventory delivered\"") && lab.await("\"kind\":\"inventory\"");
+}
+
 std::vector<Json::Value> records(const LabRun &lab, const std::string &kind) {
     std::vector<Json::Value> found;
     std::istringstream text(lab.out());

@@ -10,6 +10,10 @@
 /// What the lab says of an unknown place.
 constexpr const char NOWHERE[] = "FFFFFFFFFFFFFFFF";
 
+/// Waits until the first inventory is through. Before its last message was answered, and not only
+/// received, the daemon drops events.
+bool await_first(LabRun &lab);
+
 /// The lab's JSON lines of one kind.
 std::vector<Json::Value> records(const LabRun &lab, const std::string &kind);
 /// The texts of its progress lines, a line each.

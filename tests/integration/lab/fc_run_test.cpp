@@ -23,11 +23,6 @@ constexpr std::size_t OPEN_ADAPTER = 5, CLOSE_ADAPTER = 6;
 Json::Value adapters_of(const Json::Value &document) {
     return document["HostDataCollection"]["FibreChannelDevices"];
 }
-/// Waits until the first inventory is through. Before its last message was answered, and not only
-/// received, the daemon drops events.
-bool await_first(LabRun &lab) {
-    return lab.await("\"text\":\"inventory delivered\"") && lab.await("\"kind\":\"inventory\"");
-}
 /// The adapter of the latest inventory by its node's name; null where it isn't in there.
 Json::Value latest(const LabRun &lab, const std::string &node) {
     Json::Value document;
