@@ -3,6 +3,7 @@
 #include <limits>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -237,4 +238,56 @@ TEST(VolumeInfo, BasesKeepTheirOwnViews) {
     EXPECT_EQ(info.orbStatusInfo::getInventoryData()["State"], "Optimal");
     EXPECT_EQ(info.orbLogicalDiskOEMInfo::getVariableData()["DeviceName"], "/dev/sde");
 }
+
+// The compilers warn that the second of two equal bases can't be reached, which is what is meant.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winaccessible-base"
+/// A volume that is told in a wider way, by a class that names the OEM part among its own bases
+/// too.
+class WiderVolume : public orbLogicalDiskOEMInfo, public orbLogicalDiskInfo {
+#pragma GCC diagnostic pop
+public:
+    Json::Value getVariableData() override {
+        Json::Value view = orbLogicalDiskInfo::getVariableData();
+        view["Type"] = "WiderVolume";
+        return view;
+    }
+    Json::Value getInventoryData() override {
+        return "entry";
+    }
+    std::string getDeviceName() const override {
+        return orbLogicalDiskInfo::getDeviceName();
+    }
+    void setDeviceName(std::string path) override {
+        orbLogicalDiskInfo::setDeviceName(std::move(path));
+    }
+};
+
+// There is one device name, by whatever base it is set or told, and one pair of views.
+TEST(VolumeInfo, CanBeWidenedTogetherWithItsOemPart) {
+    WiderVolume wider;
+    orbLogicalDiskInfo &volume = wider;
+    volume.setDeviceName("/dev/sde");
+    EXPECT_EQ(wider.getDeviceName(), "/dev/sde");
+    wider.setDeviceName("/dev/sdf");
+    EXPECT_EQ(volume.getDeviceName(), "/dev/sdf");
+    orbLogicalDiskOEMInfo &oem = volume;
+    EXPECT_EQ(oem.getDeviceName(), "/dev/sdf");
+
+    orbInventoryBase &root = wider;
+    EXPECT_EQ(root.getVariableData()["Type"], "WiderVolume");
+    EXPECT_EQ(root.getVariableData()["Data"]["Oem"]["DeviceName"], "/dev/sdf");
+    EXPECT_EQ(volume.getInventoryData(), "entry");
+    EXPECT_EQ(oem.getInventoryData(), "entry");
+}
+
+#ifndef NDEBUG
+TEST(VolumeInfoDeathTest, IndexBeyondTheDrivesIsAnError) {
+    Volume info;
+    info.addPhysicalDisk("a");
+    EXPECT_DEATH((void)info.getPhysicalDisk(1), "index < physicalDisks.size");
+    EXPECT_DEATH(info.setPhysicalDisk(1, "b"), "index < physicalDisks.size");
+    EXPECT_DEATH(info.deletePhysicalDisk(1), "index < physicalDisks.size");
+}
+#endif
 } // namespace

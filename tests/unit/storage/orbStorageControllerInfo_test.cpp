@@ -216,4 +216,14 @@ TEST(ControllerInfo, BasesKeepTheirOwnViews) {
     EXPECT_EQ(info.orbStatusInfo::getInventoryData()["Health"], "OK");
     EXPECT_TRUE(info.orbIOControllerPhyLoc::getVariableData().isMember("Description"));
 }
+
+#ifndef NDEBUG
+TEST(ControllerInfoDeathTest, IndexBeyondThePortsIsAnError) {
+    Controller info;
+    info.addControllerPort(portAt("a"));
+    EXPECT_DEATH((void)info.getControllerPort(1), "index < controllerPorts.size");
+    EXPECT_DEATH(info.setControllerPort(1, portAt("b")), "index < controllerPorts.size");
+    EXPECT_DEATH(info.deleteControllerPort(1), "index < controllerPorts.size");
+}
+#endif
 } // namespace
