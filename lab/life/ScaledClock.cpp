@@ -38,9 +38,12 @@ std::cv_status ScaledClock::waitUntil(std::condition_variable &cond,
                                       std::unique_lock<std::mutex> &lock,
                                       const std::timespec &deadline) {
     const std::int64_t end = as_ns(deadline);
-    const std::int64_t left = end - time.nowNs();
-    if (left <= 0) return std::cv_status::timeout;
-    cond.wait_until(lock, std::chrono::system_clock::now() +
-                              std::chrono::nanoseconds(time.realWaitNs(left)));
-    return time.nowNs() >= end ? std::cv_status::timeout : std::cv_status::no_timeout;
+    // The real clock may run ahead of the lab's by a little; only a notification ends a wait early.
+    for (std::int64_t left; (left = end - time.nowNs()) > 0;) {
+        const auto realEnd =
+            std::chrono::system_clock::now() + std::chrono::nanoseconds(time.realWaitNs(left));
+        if (cond.wait_until(lock, realEnd) == std::cv_status::no_timeout)
+            return time.nowNs() >= end ? std::cv_status::timeout : std::cv_status::no_timeout;
+    }
+    return std::cv_status::timeout;
 }
