@@ -34,6 +34,7 @@ public:
     int joinThread(pthread_t thread, const char *name) override {
         return inner->joinThread(thread, name);
     }
+    void waitingFor(const char *name) override { inner->waitingFor(name); }
     void writeStandardOutput(std::string_view text) override { inner->writeStandardOutput(text); }
     [[noreturn]] void exitNow(int status) override;
     void raiseDefault(int signal) override { inner->raiseDefault(signal); }

@@ -136,6 +136,12 @@ int orbStopWatch::Process::joinThread(pthread_t joined, const char *name) {
     return rc;
 }
 
+void orbStopWatch::Process::waitingFor(const char *name) {
+    if (::pthread_equal(::pthread_self(), owner.mainThread) != 0)
+        owner.waitedFor = name != nullptr ? name : NO_THREAD;
+    inner->waitingFor(name);
+}
+
 void orbStopWatch::Process::writeStandardOutput(std::string_view text) {
     inner->writeStandardOutput(text);
 }

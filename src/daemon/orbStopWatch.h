@@ -53,13 +53,14 @@ private:
     };
 
     /// Passes everything on; a joined thread is progress, and the name that the stopping thread
-    /// waits for is kept.
+    /// waits for, by a join or otherwise, is kept.
     class Process final : public IorbHostProcess {
     public:
         explicit Process(orbStopWatch &ofWatch) : owner(ofWatch), inner(replace(this)) {}
         ~Process() override { replace(inner); }
         int createThread(pthread_t *out, void *(*entry)(void *), void *arg) override;
         int joinThread(pthread_t thread, const char *name) override;
+        void waitingFor(const char *name) override;
         void writeStandardOutput(std::string_view text) override;
         [[noreturn]] void exitNow(int status) override;
         void raiseDefault(int signal) override;

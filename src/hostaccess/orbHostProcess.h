@@ -12,6 +12,10 @@ public:
     virtual int createThread(pthread_t *out, void *(*entry)(void *), void *arg) = 0;
     /// Waits for a thread's end. @param name  what a person calls it @return 0 or the error number
     virtual int joinThread(pthread_t thread, const char *name) = 0;
+    /// The calling thread begins to wait for another thread in another way than by joinThread(),
+    /// for who watches it; ends nothing and starts nothing. @param name  as there; null: it waits
+    /// no more
+    virtual void waitingFor(const char * /*name*/) {}
     virtual void writeStandardOutput(std::string_view text) = 0; ///< written and flushed
     /// Ends the process at once, standard output flushed and no static destroyed, because other
     /// threads may still be running. Every end but the return from `main` goes through here.

@@ -21,6 +21,11 @@ std::vector<std::string> FakeProcess::joined() const {
     return names;
 }
 
+std::vector<std::string> FakeProcess::waits() const {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return waitNames;
+}
+
 int FakeProcess::created() const {
     const std::lock_guard<std::mutex> lock(mutex);
     return creations;
@@ -45,6 +50,11 @@ int FakeProcess::joinThread(pthread_t thread, const char *name) {
     const std::lock_guard<std::mutex> lock(mutex);
     names.emplace_back(name);
     return joinError != 0 ? joinError : rc;
+}
+
+void FakeProcess::waitingFor(const char *name) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    waitNames.emplace_back(name != nullptr ? name : "");
 }
 
 void FakeProcess::writeStandardOutput(std::string_view text) {

@@ -25,11 +25,13 @@ public:
     void failJoin(int errorNumber);          ///< joins are done and then report this; 0 mends it
     std::string output() const;              ///< standard output so far
     std::vector<std::string> joined() const; ///< names of the threads joined, in order
+    std::vector<std::string> waits() const;  ///< of waitingFor(), in order; "" for no more
     int created() const;                     ///< threads created
     int raised() const;                      ///< the last signal that was raised, 0 for none
 
     int createThread(pthread_t *out, void *(*entry)(void *), void *arg) override;
     int joinThread(pthread_t thread, const char *name) override;
+    void waitingFor(const char *name) override;
     void writeStandardOutput(std::string_view text) override;
     [[noreturn]] void exitNow(int status) override;
     void raiseDefault(int signal) override;
@@ -43,5 +45,6 @@ private:
     int lastSignal = 0;
     std::string written;
     std::vector<std::string> names;
+    std::vector<std::string> waitNames;
     IorbHostProcess *outer;
 };

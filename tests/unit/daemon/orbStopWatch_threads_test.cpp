@@ -135,6 +135,42 @@ TEST(StopWatch, WithoutAJoinItIsTheMainThread) {
     EXPECT_NE(root.read("/stderr").find("waiting for the thread main\n"), std::string::npos);
 }
 
+TEST(StopWatch, NamesTheThreadThatIsWaitedForWithoutAJoin) {
+    TemporaryRoot root;
+    const LogFile log(root);
+    set_daemon_speed(1000);
+    EXPECT_EQ(run_stop(root,
+                       [] {
+                           orbStopWatch watch(5);
+                           IorbHostProcess::get().waitingFor("HostOSInfo");
+                           IorbHostProcess::get().waitingFor("StorageControllers");
+                           std::thread other(
+                               [] { IorbHostProcess::get().waitingFor("another's"); });
+                           other.join();
+                           watch.begin();
+                           wait_for_ever(nullptr);
+                       }),
+              1);
+    EXPECT_NE(root.read("/stderr").find("waiting for the thread StorageControllers\n"),
+              std::string::npos);
+}
+
+TEST(StopWatch, WaitThatIsOverNamesNobody) {
+    TemporaryRoot root;
+    const LogFile log(root);
+    set_daemon_speed(1000);
+    EXPECT_EQ(run_stop(root,
+                       [] {
+                           orbStopWatch watch(5);
+                           IorbHostProcess::get().waitingFor("StorageControllers");
+                           IorbHostProcess::get().waitingFor(nullptr);
+                           watch.begin();
+                           wait_for_ever(nullptr);
+                       }),
+              1);
+    EXPECT_NE(root.read("/stderr").find("waiting for the thread main\n"), std::string::npos);
+}
+
 TEST(StopWatch, ThreadThatAnotherThreadJoinsIsNotNamed) {
     TemporaryRoot root;
     const LogFile log(root);
