@@ -1,5 +1,6 @@
 #include "storage/orbRegistryManager.h"
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -50,5 +51,15 @@ TEST(FactoryRegistry, TheSameFactoryReplacesAndMovesToTheEnd) {
     const Factories first(&one), second(&two), third(&one);
     EXPECT_EQ(Factories::getRegistryList(),
               (std::vector<IorbStorageControllerFactory *>{&two, &one}));
+}
+
+// The linker keeps such a unit although nobody names it, and it has entered itself at `main`.
+TEST(Registries, HoldWhatRegisteredItselfInASharedLibrary) {
+    std::FILE *const stream = ::popen(REGISTRAR_PROGRAM, "re");
+    ASSERT_NE(stream, nullptr);
+    char output[256] = "";
+    const std::size_t length = std::fread(output, 1, sizeof output - 1, stream);
+    EXPECT_EQ(::pclose(stream), 0);
+    EXPECT_EQ(std::string(output, length), "selfRegistered\n1 factories\n");
 }
 } // namespace
