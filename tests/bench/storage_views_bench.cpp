@@ -1,13 +1,18 @@
-// What the records of a very large server cost when they are told: one event's view of each.
+// What the records of a very large server cost when they are told: one event's view of each, one
+// entry of the document of each, and a whole rebuild of the document's storage sections.
 #include <cstddef>
 #include <string>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
+#include "storage/SASResourceManager.h"
 #include "storage/orbDiskInfo.h"
 #include "storage/orbLogicalDiskInfo.h"
 #include "storage/orbStorageControllerInfo.h"
+#include "storage/storage_json.h"
+#include "support/quiet_world.h"
+#include "unit/storage/FakeStorage.h"
 
 namespace {
 constexpr std::size_t CONTROLLERS = 32, PORTS = 8, DRIVES = 4096, VOLUMES = 512, MEMBERS = 8;
@@ -105,6 +110,57 @@ void event_views(benchmark::State &state) {
     state.counters["records"] = static_cast<double>(views.size());
 }
 BENCHMARK(event_views)->Unit(benchmark::kMillisecond);
+
+void document_entries(benchmark::State &state) {
+    static Server server;
+    std::vector<Json::Value> entries;
+    for (auto _ : state) {
+        entries.clear();
+        for (auto &one : server.controllers) entries.push_back(storage_controller_object(one));
+        for (auto &one : server.drives) entries.push_back(drive_object(one));
+        for (auto &one : server.volumes) entries.push_back(volume_object(one));
+        benchmark::DoNotOptimize(entries.data());
+    }
+    std::size_t members = 0;
+    for (const Json::Value &entry : entries) members += entry.size();
+    if (members != CONTROLLERS * 8 + DRIVES * 10 + VOLUMES * 6)
+        state.SkipWithError("members are missing");
+    state.counters["records"] = static_cast<double>(entries.size());
+}
+BENCHMARK(document_entries)->Unit(benchmark::kMillisecond);
+
+/// A rebuild by the manager, with controllers that answer at once: records gathered, the former
+/// entries kept, new ones made. The document's reader copies them.
+void rebuild_and_read(benchmark::State &state) {
+    static const QuietWorld quiet; // to the end of the process
+    static CallList calls;
+    static FakeStorageFactory factory("F", calls);
+    Server server;
+    for (std::size_t i = 0; i < CONTROLLERS; ++i) {
+        FakeStorageController &controller = factory.add("C");
+        controller.info = server.controllers[i];
+        for (std::size_t n = i; n < DRIVES; n += CONTROLLERS)
+            controller.drives.push_back(server.drives[n]);
+        for (std::size_t n = i; n < VOLUMES; n += CONTROLLERS)
+            controller.volumes.push_back(server.volumes[n]);
+    }
+    SASResourceManager &manager = SASResourceManager::getInstance();
+    std::size_t records = 0;
+    for (auto _ : state) {
+        manager.cacheBuild();
+        records = 0;
+        for (const int type : {1, 2, 3, 4}) {
+            std::vector<Json::Value> objects;
+            (void)manager.getInventoryJsonObject2(type, objects); // 0: nothing is being rebuilt
+            records += objects.size();
+        }
+        (void)calls.take(); // who was called doesn't count here
+    }
+    if (records != CONTROLLERS + DRIVES + VOLUMES) state.SkipWithError("records are missing");
+    state.counters["records"] = static_cast<double>(records);
+}
+// One round: the controllers are made once.
+BENCHMARK(rebuild_and_read)->Unit(benchmark::kMillisecond)->Iterations(50);
 
 /// The last-known copies that each rebuild makes.
 void copies(benchmark::State &state) {
