@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <json/json.h>
@@ -27,7 +28,8 @@ struct ControllerWorld : LocationWorld {
     static constexpr unsigned CHIPSET = 0x00971000, BOARD = 0x30e01000; // a row of the table
     static constexpr char TAG[] = "STOR_CTLR";
 
-    ControllerWorld() {
+    /// @param answers  the management controller's; none: it takes everything
+    explicit ControllerWorld(FakeRmc::Responder answers = {}) : rmc(std::move(answers)) {
         libraries.add("libgeoenc02.so", {{"physloc_init_data", FakeLibraries::entry(prepare)},
                                          {"physloc_encode", FakeLibraries::entry(encode)}});
         boot("PLATFORM-ID-A01", {{"PCI 0000:3b:00.0 r001u01p0i03", 0, 0x3b, 0}});

@@ -1,8 +1,12 @@
 #include <atomic>
+#include <mutex>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "core/orbMutexLocker.h"
+#include "support/Barrier.h"
 #include "unit/storage/ControllerWorld.h"
 
 namespace {
@@ -32,7 +36,12 @@ protected:
     }
 
     std::atomic<int> destroyed{0};
-    ControllerWorld world;
+    std::atomic<bool> holdDelivery{false}; ///< the next exchange waits at `delivery`
+    Barrier delivery;
+    ControllerWorld world{[this](const FakeRmc::Sent &, std::size_t) {
+        if (holdDelivery.exchange(false)) delivery.arrive();
+        return FakeRmc::transferAnswer(0);
+    }};
     Reference listed; ///< the list's own reference
 };
 
@@ -115,6 +124,29 @@ TEST_F(ControllerThreads, PollsEventsAndReadersMeetInARemoval) {
     switcher.join();
     reader.join();
     EXPECT_EQ(destroyed, 1);
+}
+
+TEST_F(ControllerThreads, RemovalWaitsForAnEventThatIsOnItsWay) {
+    listed->enableEvents();
+    holdDelivery = true;
+    std::thread event([&] {
+        const Reference held = Reference::take(listed.get());
+        orbDiskInfo last = make_disk("S1", ORB_STATE_RUNNING, ORB_HEALTH_OK);
+        orbDiskInfo disk = make_disk("S1", ORB_STATE_FAILED, ORB_HEALTH_CRITICAL);
+        const orbMutexLocker<std::recursive_mutex> lock(held->mutex);
+        EXPECT_TRUE(held->generateEventOnStatusChange(disk, last));
+        EXPECT_FALSE(held->isRemoved());
+    });
+    delivery.waitForArrival();
+    std::thread remover([this] { removeFromList(); });
+    while (world.debug("Controller @ [0000:3b:00.0] removal processing started.") == 0)
+        std::this_thread::yield();
+    EXPECT_EQ(destroyed, 0);
+    delivery.letGo();
+    event.join();
+    remover.join();
+    EXPECT_EQ(destroyed, 1);
+    EXPECT_EQ(world.ids(), (std::vector<int>{538, 398}));
 }
 
 TEST_F(ControllerThreads, EventThreadMayHoldTheFormerObjectWhileTheNextTakesOver) {
