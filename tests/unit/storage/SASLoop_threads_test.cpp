@@ -145,6 +145,37 @@ TEST_F(SasLoop, LongBuildDelaysThePollAndNeverOverlapsIt) {
     expectSoFar(2, 3, "thirty behind its end");
 }
 
+TEST_F(SasLoopOf25, LongPollIsFollowedByOneTenBehindItsEnd) {
+    std::atomic<int> slowPolls{1};
+    world.factory.add("C").onPoll = [this, &slowPolls] {
+        if (slowPolls-- > 0) world.clock.advance(7);
+    };
+    startAndWait();
+    advance(5);
+    expectSoFar(1, 1, "from 5 to 12");
+    advance(5);
+    expectSoFar(1, 1, "at 17");
+    advance(5);
+    expectSoFar(1, 2, "at 22");
+}
+
+TEST_F(SasLoop, PollsTheControllersOfEachFactoryAndLetsThemGo) {
+    FakeStorageFactory second("G", world.calls);
+    FakeStorageController &first = world.factory.add("C1");
+    FakeStorageController &other = second.add("C2");
+    for (FakeStorageController *controller : {&first, &other})
+        controller->onPoll = [controller] { EXPECT_EQ(controller->getReferenceCount(), 2); };
+    startAndWait();
+    (void)world.calls.take();
+    advance(10);
+    EXPECT_EQ(world.calls.take(),
+              (std::vector<std::string>{"F poll", "F getControllers 255", "C1 poll", "G poll",
+                                        "G getControllers 255", "C2 poll"}));
+    stop(); // while the second factory is there
+    EXPECT_EQ(first.getReferenceCount(), 1);
+    EXPECT_EQ(other.getReferenceCount(), 1);
+}
+
 // -- Requests -----------------------------------------------------------------------------------
 
 TEST_F(SasLoop, RequestRebuildsAtOnceAndSkipsThePoll) {
@@ -181,6 +212,21 @@ TEST_F(SasLoop, WakeUpForNothingIsATurnWithoutWork) {
     expectSoFar(1, 0, "at 10, where the poll was due");
     advance(6);
     expectSoFar(1, 1, "a tick behind the wake-up");
+}
+
+TEST_F(SasLoop, WakeUpForNothingPutsOffARebuildThatIsDue) {
+    startAndWait();
+    advance(10);
+    advance(10);
+    world.clock.advance(6);
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    world.clock.wakeForNothing();
+    ASSERT_TRUE(world.clock.waitForParked(1));
+    expectSoFar(1, 2, "at 26");
+    advance(4);
+    expectSoFar(1, 2, "at 30, where both were due");
+    advance(6);
+    expectSoFar(2, 3, "a tick behind the wake-up");
 }
 
 TEST_F(SasLoop, RequestFromWithinABuildRebuildsRightAfterIt) {
@@ -351,6 +397,24 @@ TEST_F(SasLoop, IsNotRunningDuringALongBuild) {
     EXPECT_TRUE(world.manager.isRunning());
 }
 
+TEST_F(SasLoop, IsNotRunningDuringALaterBuildThatHasFoundNothingYet) {
+    std::atomic<int> builds{0};
+    world.factory.add("C").onDiscover = [&] {
+        if (++builds == 2) barrier.arrive();
+    };
+    startAndWait();
+    SASResourceManager::invalidateInventoryCache();
+    barrier.waitForArrival();
+    world.clock.setAutoAdvance(true);
+    EXPECT_FALSE(world.manager.isRunning());
+    world.clock.setAutoAdvance(false);
+    EXPECT_EQ(world.log.countHolding("WARNING", TAG,
+                                     "_cacheBuildInProgress = 1,ControllerInventory.size() = 0,"),
+              3);
+    barrier.letGo();
+    ASSERT_TRUE(world.clock.waitForParked(1));
+}
+
 TEST_F(SasLoop, IsRunningOnceTheBuildEndsWithinTheRounds) {
     world.factory.add("C").onDiscover = [this] { barrier.arrive(); };
     start();
@@ -380,6 +444,19 @@ TEST_F(SasLoop, StopDuringTheWaitShutsTheFactoriesDown) {
         EXPECT_EQ(loggedDebug(line), 1) << line;
     expectSoFar(1, 0, "at the end");
     EXPECT_EQ(world.process.waits(), (std::vector<std::string>{"StorageControllers", ""}));
+}
+
+class SasBareLoop : public SasLoop {
+protected:
+    int run() override { return world.manager.startInventory(); }
+};
+TEST_F(SasBareLoop, StopIsAnsweredByTheLoopItself) {
+    startAndWait();
+    stopAside();
+    stopper.join();
+    EXPECT_TRUE(stopped);
+    thread.join();
+    EXPECT_EQ(result, 0);
 }
 
 TEST_F(SasLoop, StopDuringABuildWaitsForItsEndAndTheShutdown) {

@@ -300,6 +300,22 @@ TEST_F(Sas, IsNotRunningWithEventsOff) {
     EXPECT_EQ(world.objects(1).size(), 2u) << "the lock was let go";
 }
 
+TEST_F(Sas, IsNotRunningForItsOwnThreadHalfwayThroughABuild) {
+    // The thread that rebuilds gets the lock, and the document still lists the former build.
+    add_full(world.factory, "C1");
+    FakeStorageController &second = add_full(world.factory, "C2");
+    world.manager.cacheBuild();
+    second.onDiscover = [this] { EXPECT_FALSE(world.manager.isRunning()); };
+    world.manager.cacheBuild();
+    for (int round = 0; round < 3; ++round)
+        EXPECT_EQ(world.log.count("WARNING", TAG,
+                                  "_cacheBuildInProgress = 1,ControllerInventory.size() = "
+                                  "1,retryCount = " +
+                                      std::to_string(round)),
+                  1);
+    EXPECT_EQ(world.clock.sleptMs(), 15000);
+}
+
 // -- Models -------------------------------------------------------------------------------------
 
 TEST_F(Sas, ModelsAreThoseOfAllFactories) {
