@@ -1,14 +1,12 @@
 #pragma once
 
-#include <sys/stat.h>
-
+#include <cstdint>
+#include <ctime>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "storage/IorbStorageControllerFactory.h"
-
-class orbStorageController;
 
 /// Finds storage controllers by the SCSI hosts of the machine: each host is offered to the classes
 /// of the registry and, after them, to the generic one, which takes what stands in the table of
@@ -21,6 +19,8 @@ class orbStorageController;
 class orbStorageControllerFactory : public IorbStorageControllerFactory {
 public:
     orbStorageControllerFactory() = default;
+    /// Gives back what the list still owns; events are not ended.
+    ~orbStorageControllerFactory() override;
     orbStorageControllerFactory(const orbStorageControllerFactory &) = delete;
     orbStorageControllerFactory &operator=(const orbStorageControllerFactory &) = delete;
 
@@ -29,7 +29,11 @@ public:
     /// an entry program decides, before its first thread.
     static void registerInstance();
 
+    /// Walks the SCSI hosts. A host that can't be told or is nobody's is passed over, and a
+    /// controller without hosts is removed. A controller that comes or goes has the next rebuild
+    /// end with a push. @return 0
     int discoverControllers(std::vector<IorbStorageController *> &controllers) override;
+    /// Of the list are those that are orbStorageController objects: no other has a family.
     void getControllers(unsigned char familyMask,
                         std::vector<IorbStorageController *> &controllers) override;
     void shutdownFactory() override;
@@ -40,8 +44,8 @@ public:
     const MODELS &getSupportedControllerModels() override; ///< none
 
 protected:
-    /// The first controller of the list that says it is this one, null where none does. Called with
-    /// the mutex held.
+    /// The first controller of the list that says it is this one, null where none does. The caller
+    /// holds the mutex.
     IorbStorageController *FindExistingController(std::uint32_t chipset, std::uint32_t board,
                                                   const std::string &pciLocation,
                                                   const std::string &port);
@@ -51,10 +55,16 @@ protected:
     std::vector<IorbStorageController *> _controllerList;
 
 private:
-    bool processHostLocked(const std::string &hostPath, bool firstPass);
-    bool removeLostControllersLocked();
-    bool hasChanged(const char *hostPath, const char *name, struct stat &saved);
+    /// What is remembered of a folder; all zero before the first look.
+    struct FOLDER_TIMES {
+        std::time_t modified = 0, changed = 0;
+    };
 
-    struct stat scsiHostStat {};   // as poll() saw it last; its thread
-    struct stat scsiDeviceStat {}; // the same
+    bool processHostLocked(const std::string &hostPath, bool firstPass);
+    bool addControllerLocked(const std::string &hostPath, std::uint32_t chipset,
+                             std::uint32_t board, std::string &pciLocation, bool firstPass);
+    bool removeLostControllersLocked();
+    static bool hasChanged(const char *folder, const char *name, FOLDER_TIMES &saved);
+
+    FOLDER_TIMES scsiHostTimes, scsiDeviceTimes; // as poll() saw them last; its thread's
 };
