@@ -17,8 +17,9 @@ class IorbStorageController : public orbRemoveLock {
 public:
     ~IorbStorageController() override = default;
 
-    /// Each refreshes one kind of inventory from the device and appends it, the controller's own
-    /// into `out`. A removed controller gives what it knew last.
+    /// Each refreshes one kind of inventory from the device and puts it into `out`, which stays as
+    /// it is for a kind that the controller doesn't have: callers hand over an empty one. A removed
+    /// controller gives what it knew last.
     /// @return 0 or more, negative on failure
     virtual int discoverInventory(orbStorageControllerInfo &out) = 0;
     virtual int discoverPhysicalDiskInventory(std::vector<orbDiskInfo> &out) = 0;

@@ -18,6 +18,7 @@
 #include "reporting/orbJsonAggregator.h"
 #include "storage/orbStorageController.h"
 #include "support/LocationWorld.h"
+#include "support/RaisedEvents.h"
 
 /// A first-generation server with one storage adapter in a slot, an encoder for its locations, and
 /// a management controller. Sleeps and waits pass at once.
@@ -91,6 +92,7 @@ struct ControllerWorld : LocationWorld {
     ScriptedCommands commands;
     FakeIdentity identity;
     FakeProcess process;
+    RaisedEvents raised;
     FakeRmc rmc;
 
 private:

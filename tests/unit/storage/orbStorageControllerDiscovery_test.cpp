@@ -203,6 +203,7 @@ TEST_F(ControllerDiscovery, PortThatIsNoLinkOrGoneHasNoAtaNumber) {
     EXPECT_EQ(world.debug("Unable to determine ATA port number for /sys/class/scsi_host/host9. "
                           "readlink failed! (2)"),
               1);
+    EXPECT_EQ(controller->getATADeviceNumberForControllerPort(5), -1); // there is no such port
     EXPECT_EQ(controller->getATADeviceNumberForControllerPort(0), 3);
 }
 
@@ -322,6 +323,18 @@ TEST_F(ControllerDiscovery, RebuildTellsOfAChangeOnceEventsAreOn) {
     EXPECT_EQ(world.invalidations(), 0); // a rebuild is what runs
 }
 
+TEST_F(ControllerDiscovery, RebuildComparesWithTheRecordThatWasCurrent) {
+    discover();
+    ControllerWorld::sendFirstInventory();
+    controller->foundOnFirstDiscoveryPass = true;
+    controller->enableEvents();
+    controller->controllerInventory.setHealth(ORB_HEALTH_CRITICAL); // as a vendor's channel would
+    controller->controllerInventory.setFirmwareVersion("former");
+    discover();
+    EXPECT_EQ(world.ids(), (std::vector<int>{397}));
+    EXPECT_EQ(world.pushes(), 2); // the first rebuild's and this one's
+}
+
 TEST_F(ControllerDiscovery, RebuildIsSilentWhereTheVendorReports) {
     discover();
     ControllerWorld::sendFirstInventory();
@@ -352,7 +365,10 @@ TEST_F(ControllerDiscovery, RemovedControllerGivesExactlyWhatItKnew) {
                                   make_disk("S2", ORB_STATE_OFFLINE, ORB_HEALTH_CRITICAL)};
     controller->physicalDrives[1].setDeviceMissing(true);
     world.set(2, "firmware_revision", "new");
+    controller->controllerInventory.setModel("current");
     orbStorageControllerInfo found = discover();
+    EXPECT_EQ(found.getModel(), "current");
+    EXPECT_NE(controller->lastControllerInventory.getModel(), "current");
     EXPECT_EQ(found.getFirmwareVersion(), "16.00.10.00");
     EXPECT_EQ(found.getControllerPort(0).getState(), ORB_STATE_OFFLINE);
     EXPECT_EQ(world.debug("Gathering inventory for controller @ 0000:3b:00.0 [0x971000, "

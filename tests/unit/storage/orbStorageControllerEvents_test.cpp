@@ -124,6 +124,28 @@ TEST_F(ControllerCycle, PollTellsOfDrivesAndRemembersThem) {
     EXPECT_EQ(controller->lastPhysicalDrives[1].getHealth(), ORB_HEALTH_WARNING);
 }
 
+TEST_F(ControllerCycle, PollRemembersADriveWithoutAnEventToo) {
+    controller->enableEvents();
+    setDrive("S1", ORB_STATE_RUNNING, ORB_HEALTH_WARNING); // health alone is no event
+    controller->poll();
+    EXPECT_TRUE(world.ids().empty());
+    EXPECT_EQ(world.invalidations(), 0);
+    EXPECT_EQ(controller->lastPhysicalDrives[0].getHealth(), ORB_HEALTH_WARNING);
+}
+
+TEST_F(ControllerCycle, PollTakesOtherHealthInTheSameStateAsAChangeOfAPort) {
+    controller->enableEvents();
+    orbStorageControllerPortInfo port = controller->lastControllerInventory.getControllerPort(2);
+    port.setHealth(ORB_HEALTH_WARNING);
+    controller->lastControllerInventory.setControllerPort(2, port);
+    controller->poll();
+    EXPECT_EQ(world.info("/sys/class/scsi_host/host2: Detected port status change. [Running, "
+                         "Running, OK, Warning]"),
+              1);
+    controller->poll();
+    EXPECT_EQ(portLines(), 1);
+}
+
 TEST_F(ControllerCycle, ListsOfDifferentLengthAreWalkedToTheShorterOnesEnd) {
     controller->enableEvents();
     controller->lastPhysicalDrives.pop_back();
@@ -189,6 +211,13 @@ TEST_F(ControllerCycle, ControllerThatWasAddedLaterIsAnnouncedWithItsDrives) {
     controller->setNewDevice(false);
     controller->enableEvents();
     EXPECT_EQ(world.ids().size(), 2u);
+}
+
+TEST_F(ControllerCycle, NewcomerIsAnnouncedWhoeverReportsItsChanges) {
+    controller->foundOnFirstDiscoveryPass = false;
+    controller->eventFlags = CONTROLLER_BIT | DISKS_BIT;
+    EXPECT_TRUE(controller->enableEvents());
+    EXPECT_EQ(world.ids(), (std::vector<int>{397, 540, 540}));
 }
 
 TEST_F(ControllerCycle, CriticalNewcomerEqualsTheForcedStatusAndIsNotAnnounced) {
@@ -401,6 +430,13 @@ TEST_F(ControllerVolumes, VolumeThatVanishedWithoutAWordStaysAsMissing) {
     EXPECT_EQ(synchronize(), (std::vector<std::string>{"A", "B missing"}));
     EXPECT_EQ(said("Re-added missing LD [B] to latest inventory."), 1);
     EXPECT_EQ(said("Added placeholder for LD [B] in latest inventory."), 1);
+}
+
+TEST_F(ControllerVolumes, TwoRecordsOfOneNameLeaveOnePlaceholder) {
+    controller->lastLogicalDisks = {volume("B"), volume("B")};
+    EXPECT_EQ(synchronize(), (std::vector<std::string>{"B missing"}));
+    EXPECT_EQ(said("Found LD [B] in latest inventory."), 1); // the placeholder of the first
+    EXPECT_FALSE(controller->lastLogicalDisks[1].getDeviceMissing());
 }
 
 TEST_F(ControllerVolumes, VolumeThatWasDeletedIsDropped) {

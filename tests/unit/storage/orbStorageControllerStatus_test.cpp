@@ -1,5 +1,6 @@
 #include <array>
 #include <map>
+#include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -106,6 +107,29 @@ TEST_F(ControllerStatus, FormattedTextsByTypeAndNumberOfPorts) {
     EXPECT_EQ(format(4), "");
 }
 
+/// A class whose text is the type that it was asked for.
+class TypeTeller final : public OpenController {
+public:
+    std::string formatControllerEventInfoString(STORAGE_EVENT_INFO_TYPE type) override {
+        return std::to_string(type);
+    }
+};
+
+TEST_F(ControllerStatus, ClassIsAskedForTheTextOfEveryType) {
+    const auto teller = orbReference<TypeTeller>::adopt(new TypeTeller);
+    const auto text_with = [&](const std::vector<ORB_RESOURCE_STATE> &states) {
+        setPorts(states);
+        teller->controllerInventory = controller->controllerInventory;
+        EXPECT_EQ(teller->computeControllerStatus(), 0);
+        return teller->getInventory().getEventInfoString();
+    };
+    EXPECT_EQ(text_with({}), "1");
+    EXPECT_EQ(text_with({ORB_STATE_RUNNING}), "1");
+    EXPECT_EQ(text_with({ORB_STATE_RUNNING, ORB_STATE_RUNNING, ORB_STATE_RECOVERY}), "2");
+    EXPECT_EQ(text_with({ORB_STATE_RUNNING, ORB_STATE_RUNNING, ORB_STATE_OFFLINE}), "2");
+    EXPECT_EQ(text_with({ORB_STATE_FAILED, ORB_STATE_OFFLINE}), "3");
+}
+
 // -- Events of a controller -----------------------------------------------------------------------
 
 class ControllerEvents : public ControllerStatus {
@@ -118,6 +142,12 @@ protected:
         controller->lastControllerInventory.setPhysicalLocation(ControllerWorld::LOCATION);
         controller->controllerInventory.setPhysicalLocation(ControllerWorld::LOCATION);
         return controller->generateEventOnStatusChange();
+    }
+    /// Which of the events were raised as critical.
+    std::vector<bool> criticals() const {
+        std::vector<bool> all;
+        for (const orbEvent &event : world.raised.all()) all.push_back(event.getisServiceEvent());
+        return all;
     }
 };
 
@@ -136,6 +166,7 @@ TEST_F(ControllerEvents, EveryStepFromEveryLastEvent) {
         {{ORB_HEALTH_WARNING, ORB_HEALTH_OK, 1}, 397},
     };
     std::vector<int> expectedIds;
+    std::vector<bool> expectedCriticals;
     int changes = 0, silent = 0;
     for (int from = 0; from < 4; ++from)
         for (int to = 0; to < 4; ++to)
@@ -148,11 +179,15 @@ TEST_F(ControllerEvents, EveryStepFromEveryLastEvent) {
                 EXPECT_EQ(controller->lastControllerEventCritical,
                           id == 0 ? last : (id == 398 ? 1 : 0))
                     << from << " " << to << " " << last;
-                if (id != 0) expectedIds.push_back(id);
+                if (id != 0) {
+                    expectedIds.push_back(id);
+                    expectedCriticals.push_back(id == 398);
+                }
                 if (from != to) ++changes;
                 if (from != to && id == 0) ++silent;
             }
     EXPECT_EQ(world.ids(), expectedIds);
+    EXPECT_EQ(criticals(), expectedCriticals);
     EXPECT_EQ(world.log.countHolding("INFO", "STOR_CTLR",
                                      "0000:3b:00.0: Detected controller status change. ["),
               changes);
@@ -237,6 +272,7 @@ INSTANTIATE_TEST_SUITE_P(Conditions, SilentController, ::testing::ValuesIn(SILEN
 
 TEST_F(ControllerEvents, EveryChangeOfADrive) {
     std::vector<int> expectedIds;
+    std::vector<bool> expectedCriticals;
     int silent = 0;
     for (int from = 0; from < 25; ++from)
         for (int to = 0; to < 25; ++to) {
@@ -254,10 +290,14 @@ TEST_F(ControllerEvents, EveryChangeOfADrive) {
             EXPECT_EQ(controller->generateEventOnStatusChange(disk, last), id != 0)
                 << from << " " << to;
             EXPECT_EQ(disk.getEventInfoString(), id == 540 ? "" : "why") << from << " " << to;
-            if (id != 0) expectedIds.push_back(id);
+            if (id != 0) {
+                expectedIds.push_back(id);
+                expectedCriticals.push_back(id != 540);
+            }
             if (id == 0 && from != to) ++silent;
         }
     EXPECT_EQ(world.ids(), expectedIds);
+    EXPECT_EQ(criticals(), expectedCriticals);
     EXPECT_EQ(world.info("0000:3b:00.0: Event not generated for disk status change."), silent);
     EXPECT_EQ(world.log.countHolding("INFO", "STOR_CTLR",
                                      "0000:3b:00.0: 00000000000000D1 - Detected disk status "
