@@ -76,6 +76,7 @@ TEST_F(ControllerThreads, LastHolderOfManyDeletesItOnce) {
     constexpr int HOLDERS = 4;
     std::atomic<int> holding{0};
     std::vector<std::thread> holders;
+    holders.reserve(HOLDERS);
     for (int index = 0; index < HOLDERS; ++index)
         holders.emplace_back([&] {
             const Reference held = Reference::take(listed.get());
