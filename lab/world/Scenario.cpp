@@ -220,8 +220,9 @@ void read_timeline(Members &members, SCENARIO &scenario, std::string &error) {
     members.list("timeline", [&](const Json::Value &each, const std::string &place) {
         Members entry(each, place, error);
         SCENARIO_STEP step;
-        entry.only({"at", "inventories", "events", "log", "wait", "do"});
+        entry.only({"at", "inventories", "events", "log", "newLog", "wait", "do"});
         entry.text("log", step.log);
+        entry.text("newLog", step.newLog);
         entry.seconds("at", step.at);
         entry.number("inventories", step.inventories, 0, 1'000'000);
         entry.number("events", step.events, 0, 1'000'000);

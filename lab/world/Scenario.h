@@ -124,7 +124,8 @@ struct SCENARIO_HOST {
 struct SCENARIO_STEP {
     double at = 0;                           ///< seconds since the lab's start
     std::size_t inventories = 0, events = 0; ///< received so far, at least
-    std::string log; ///< text that has come up in the daemon's log; empty: none
+    std::string log;    ///< text that has come up in the daemon's log; empty: none
+    std::string newLog; ///< the same, but since the step before was done; empty: none
     double wait = 0;
     std::string command; ///< as on standard input
 };

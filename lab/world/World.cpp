@@ -274,6 +274,9 @@ void World::readLog() {
             expectations.logLine(line);
             for (std::size_t i = step; i < scenario.timeline.size(); ++i)
                 if (line.find(scenario.timeline[i].log) != std::string::npos) stepLogSeen[i] = true;
+            if (step < scenario.timeline.size() &&
+                line.find(scenario.timeline[step].newLog) != std::string::npos)
+                stepNewLogSeen = true;
             if (const auto text = progress.read(line)) outputs.progress(now(), *text);
         }
     }

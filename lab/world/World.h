@@ -138,6 +138,7 @@ private:
     std::size_t step = 0; // of the timeline
     std::optional<double> stepReady;
     std::vector<bool> stepLogSeen; // by step: its text has come up in the log
+    bool stepNewLogSeen = false;   // the present step's, since the step before was done
     bool finishing = false, good = true;
     std::string reason;
     std::vector<std::string> faults;

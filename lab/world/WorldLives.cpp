@@ -203,7 +203,8 @@ void World::runTimeline() {
     while (!finishing && step < scenario.timeline.size()) {
         const SCENARIO_STEP &due = scenario.timeline[step];
         if (now() < due.at || expectations.inventories() < due.inventories ||
-            expectations.events() < due.events || !stepLogSeen[step])
+            expectations.events() < due.events || !stepLogSeen[step] ||
+            (!due.newLog.empty() && !stepNewLogSeen))
             return;
         if (!stepReady) stepReady = now();
         if (now() < *stepReady + due.wait) return;
@@ -216,6 +217,7 @@ void World::runTimeline() {
         }
         ++step;
         stepReady.reset();
+        stepNewLogSeen = false;
     }
 }
 

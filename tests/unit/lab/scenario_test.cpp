@@ -41,7 +41,7 @@ const char GOOD[] = R"({
   "nicList": "short", "encoder": "missing",
   "runState": {"lastStartAgo": 10},
   "commands": ["rmc silent"],
-  "timeline": [{"at": 1.5, "inventories": 1, "do": "door-bell"}],
+  "timeline": [{"at": 1.5, "inventories": 1, "newLog": "y", "do": "door-bell"}],
   "expect": {"events": [359, {"ID": 356, "Source": "ORB"}], "facts": {"a.b": 1}, "log": ["x"]}
 })";
 
@@ -333,6 +333,8 @@ TEST(Scenario, ReadsWhatItSays) {
     EXPECT_EQ(scenario.lastStartAgo, 10);
     EXPECT_EQ(scenario.lastStopAgo, 0);
     EXPECT_EQ(scenario.timeline[0].at, 1.5);
+    EXPECT_EQ(scenario.timeline[0].newLog, "y");
+    EXPECT_EQ(scenario.timeline[0].log, "");
     EXPECT_EQ(scenario.expect.events[0]["ID"].asInt(), 359);
     EXPECT_EQ(scenario.expect.events[1]["Source"].asString(), "ORB");
     EXPECT_TRUE(scenario.config.isObject());
