@@ -202,12 +202,13 @@ void orbStorageControllerFactory::getControllers(
 
 void orbStorageControllerFactory::deleteControllers(unsigned char familyMask) {
     const orbMutexLocker<std::recursive_mutex> lock(mutex);
-    const auto first = std::stable_partition(_controllerList.begin(), _controllerList.end(),
-                                             [familyMask](IorbStorageController *controller) {
-                                                 return !meets_family(controller, familyMask);
-                                             });
-    const std::vector<IorbStorageController *> leaving(first, _controllerList.end());
-    _controllerList.erase(first, _controllerList.end());
+    std::vector<IorbStorageController *> leaving, staying;
+    std::partition_copy(_controllerList.begin(), _controllerList.end(), std::back_inserter(leaving),
+                        std::back_inserter(staying),
+                        [familyMask](IorbStorageController *controller) {
+                            return meets_family(controller, familyMask);
+                        });
+    _controllerList.swap(staying);
     for (IorbStorageController *const controller : leaving) controller->releaseReference();
 }
 

@@ -95,6 +95,27 @@ TEST_F(FactoryReferences, AReplacedControllerEndsWithItsHolder) {
     EXPECT_EQ(world.journal.take(), Lines{"end of 0000:01:00.0"});
 }
 
+// Of the generic class: the new object knows what the removed one knew.
+TEST(FactoryInheritance, WhatAReplacedControllerKnewIsTakenOver) {
+    FactoryWorld world;
+    world.tree.addCard(FactoryWorld::card(1), 0x00971000, 0x30E01000);
+    world.tree.addHost("host1", FactoryWorld::card(1));
+    EXPECT_EQ(world.walk(), 1U);
+    const auto generic = [&world] {
+        return dynamic_cast<orbStorageController *>(world.factory.listed().front());
+    };
+    EXPECT_EQ(generic()->getInventory().getState(), ORB_STATE_UNKNOWN);
+    const auto old = orbReference<orbStorageController>::take(generic());
+    old->processDeviceRemoval();
+    ASSERT_NE(old->getInventory().getState(), ORB_STATE_UNKNOWN);
+    EXPECT_EQ(world.walk(), 1U);
+    ASSERT_NE(generic(), old.get());
+    EXPECT_EQ(generic()->getInventory().getState(), old->getInventory().getState());
+    EXPECT_FALSE(generic()->isRemoved());
+    EXPECT_FALSE(generic()->getFoundOnFirstDiscoveryPass());
+    EXPECT_EQ(world.pushesAsked(), 1);
+}
+
 TEST_F(FactoryReferences, ShutdownEndsEachControllerOnce) {
     world.addOurs("host2", 2);
     EXPECT_EQ(world.walk(), 2U);
