@@ -135,10 +135,10 @@ protected:
     /// The same for a drive, by its state. Empties the event text of one that runs again.
     bool generateEventOnStatusChange(orbDiskInfo &current, orbDiskInfo &previous);
 
-    std::uint32_t chipsetID = 0;            // until `foundOnFirstDiscoveryPass`, but for the port
-    std::uint32_t boardID = 0;              // list and `newDevice`: set before others see it
+    std::uint32_t chipsetID = 0;            // ids, place, family and the mark of the first pass
+    std::uint32_t boardID = 0;              // are set before others see the object
     std::string pciLocation;                // twelve characters
-    std::vector<std::string> portList;      // guarded by mutex; so is all that follows
+    std::vector<std::string> portList;      // guarded by mutex, as is all the rest
     std::uint8_t familyFlags = 0;           // the controller table's bits
     bool newDevice = true;                  // no further discovery has found it yet
     bool foundOnFirstDiscoveryPass = false; // it was there when the daemon started

@@ -5,32 +5,21 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
-#include <memory>
 
 #include "core/Logger.h"
 #include "core/orbMutexLocker.h"
 #include "core/orbUtils.h"
-#include "core/sysfs_readers.h"
 #include "hostaccess/orbHostFiles.h"
 #include "physloc/orbPhysLocFactory.h"
 #include "platform/PCIeManufacturerResolver.h"
 #include "storage/SASResourceManager.h"
+#include "storage/scsi_hosts.h"
 #include "storage/storage_products.h"
 
 using Lock = orbMutexLocker<std::recursive_mutex>;
 
 namespace {
 constexpr char NO_GEO_ID[] = "NotAvailable";
-
-struct Freed {
-    void operator()(char *text) const { std::free(text); }
-};
-using HeapText = std::unique_ptr<char, Freed>;
-
-HeapText read_attribute(const std::string &folder, const char *name) {
-    return HeapText(get_sysfs_str(IorbHostFiles::get().map(folder + name).c_str()));
-}
 
 std::string text_or_empty(const char *text) {
     return text != nullptr ? std::string(text) : std::string();
@@ -56,8 +45,8 @@ int orbStorageController::discoverInventory(orbStorageControllerInfo &out) {
     controllerInventory.setModel(
         text_or_empty(getStorageControllerModel(chipsetID, boardID, STORAGE_FAMILY_ANY, nullptr)));
     controllerInventory.setFirmwareVersion(
-        text_or_empty(HeapText(discoverFirmwareVersion()).get()));
-    controllerInventory.setSerialNumber(text_or_empty(HeapText(discoverSerialNumber()).get()));
+        text_or_empty(HEAP_TEXT(discoverFirmwareVersion()).get()));
+    controllerInventory.setSerialNumber(text_or_empty(HEAP_TEXT(discoverSerialNumber()).get()));
     std::string manufacturer;
     discoverManufacturer(manufacturer);
     controllerInventory.setManufacturer(manufacturer);
@@ -87,7 +76,7 @@ void orbStorageController::discoverPortsLocked() {
         const std::string path = portList[index];
         orbStorageControllerPortInfo port;
         port.setOSInstanceName(path);
-        if (const HeapText driver = read_attribute(path, "/proc_name"))
+        if (const HEAP_TEXT driver = read_host_attribute(path, "proc_name"))
             port.setDriverName(driver.get());
         discoverControllerPortStatus(port);
         port.setATADeviceNumber(getATADeviceNumberForControllerPort(index));
@@ -118,7 +107,7 @@ void orbStorageController::discoverPlaceLocked() {
 char *orbStorageController::discoverFirmwareVersion() {
     const Lock lock(mutex);
     if (portList.empty()) return nullptr;
-    HeapText text = read_attribute(getPort(0), "/firmware_revision");
+    HEAP_TEXT text = read_host_attribute(getPort(0), "firmware_revision");
     if (text)
         ORB_LOG_INFO(STOR_CTLR, format_text("%s: SCSI HOST HBA Firmware: %s", pciLocation.c_str(),
                                             text.get()));
@@ -128,7 +117,7 @@ char *orbStorageController::discoverFirmwareVersion() {
 char *orbStorageController::discoverSerialNumber() {
     const Lock lock(mutex);
     if (portList.empty()) return nullptr;
-    HeapText text = read_attribute(getPort(0), "/board_tracer");
+    HEAP_TEXT text = read_host_attribute(getPort(0), "board_tracer");
     if (text)
         ORB_LOG_INFO(STOR_CTLR, format_text("%s: SCSI HOST HBA Board Tracer: %s",
                                             pciLocation.c_str(), text.get()));

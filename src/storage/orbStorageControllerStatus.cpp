@@ -1,15 +1,11 @@
 #include "storage/orbStorageController.h"
 
-#include <cstdlib>
-#include <memory>
-
 #include "core/Logger.h"
 #include "core/orbMutexLocker.h"
-#include "core/sysfs_readers.h"
 #include "hostaccess/orbHostClock.h"
-#include "hostaccess/orbHostFiles.h"
 #include "physloc/orbPhysLocInterface.h"
 #include "storage/SASResourceManager.h"
+#include "storage/scsi_hosts.h"
 
 using Lock = orbMutexLocker<std::recursive_mutex>;
 
@@ -33,8 +29,7 @@ std::string change_text(orbStatusInfo &current, orbStatusInfo &previous) {
 
 void orbStorageController::discoverControllerPortStatus(orbStorageControllerPortInfo &port) {
     const std::string path = port.getOSInstanceName();
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        get_sysfs_str(IorbHostFiles::get().map(path + "/state").c_str()), &std::free);
+    const HEAP_TEXT text = read_host_attribute(path, "state");
     if (!text) {
         port.setState(ORB_STATE_OFFLINE);
         port.setHealth(ORB_HEALTH_CRITICAL);

@@ -11,16 +11,11 @@
 
 #include "core/sysfs_readers.h"
 #include "hostaccess/orbHostFiles.h"
-#include "storage/storage_utils.h"
 
 namespace {
 struct CLOSE_FOLDER {
     void operator()(DIR *folder) const { ::closedir(folder); }
 };
-struct FREE_TEXT {
-    void operator()(char *text) const { std::free(text); }
-};
-using HEAP_TEXT = std::unique_ptr<char, FREE_TEXT>;
 
 // The kernel follows the link before it takes the step up, so the texts stay as they are.
 constexpr std::string_view CARD_OF_HOST = "/device/../", CARD_OF_PARENT = "/device/../../";
@@ -46,6 +41,10 @@ std::vector<std::string> list_scsi_hosts() {
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+HEAP_TEXT read_host_attribute(const std::string &hostPath, const std::string &name) {
+    return HEAP_TEXT(get_sysfs_str((IorbHostFiles::get().map(hostPath) + "/" + name).c_str()));
 }
 
 bool read_pci_card_ids(const std::string &hostPath, ORB_PCI_CARD_IDS &out) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "storage/storage_utils.h"
+
 /// The SCSI hosts of the machine and the PCI cards behind them, as sysfs tells. Each is a host path
 /// that is mapped here. No log; any thread.
 
@@ -14,6 +16,9 @@ constexpr char SCSI_DEVICE_CLASS[] = "/sys/class/scsi_device";
 /// Names of the SCSI hosts in byte order, so that "host10" stands before "host2"; empty where the
 /// folder can't be read.
 std::vector<std::string> list_scsi_hosts();
+
+/// Text of a file in a SCSI host's folder, as get_sysfs_str() gives it; null where it gives none.
+HEAP_TEXT read_host_attribute(const std::string &hostPath, const std::string &name);
 
 /// Ids of a PCI card: the device's half above, the vendor's below. A file that gives no number
 /// counts as all ones.

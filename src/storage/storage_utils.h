@@ -2,10 +2,18 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <span>
 #include <string>
 
 /// Small helpers of the storage room. Pure; any thread.
+
+struct FREE_TEXT {
+    void operator()(char *text) const { std::free(text); }
+};
+/// A text from malloc(), given back at the end of the scope.
+using HEAP_TEXT = std::unique_ptr<char, FREE_TEXT>;
 
 /// The next "/" of a path behind which a PCI address may stand: four hexadecimal digits and a ":"
 /// follow it. Null where there is none, or for null.

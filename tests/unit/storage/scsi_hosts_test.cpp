@@ -49,6 +49,16 @@ TEST_F(ScsiHosts, WithoutTheFolderThereAreNone) {
     EXPECT_TRUE(list_scsi_hosts().empty());
 }
 
+TEST_F(ScsiHosts, TellTheirAttributes) {
+    const std::string host = ScsiTree::hostPath("host3");
+    root.write(host + "/state", "running\nmore\n");
+    root.write(host + "/empty", "");
+    const HEAP_TEXT text = read_host_attribute(host, "state");
+    EXPECT_STREQ(text.get(), "running");
+    EXPECT_EQ(read_host_attribute(host, "empty"), nullptr);
+    EXPECT_EQ(read_host_attribute(host, "absent"), nullptr);
+}
+
 TEST_F(ScsiHosts, OnTheCardItselfHaveItsIds) {
     tree.addCard(CARD, 0x00971000, 0x30E01000);
     tree.addHost("host8", CARD);
