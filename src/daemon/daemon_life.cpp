@@ -30,6 +30,7 @@
 #include "platform/orbSystemInterfaceFactory.h"
 #include "reporting/orbIPMIDBService.h"
 #include "reporting/orbJsonAggregator.h"
+#include "storage/orbStorageControllerFactory.h"
 
 namespace {
 using CPlusPlusLogging::Logger;
@@ -104,6 +105,7 @@ int live(const ORB_DAEMON_OPTIONS &options, orbBackground *background) {
     const orbReadiness readiness;
     orbStopWatch watch(options.stopTimeoutS);
     if (!start_logger()) return ORB_EXIT_FAILED;
+    if (options.genericStorage) orbStorageControllerFactory::registerInstance();
     prepare_host_facts();
     orbJobManager &jobManager = orbJobManager::getInstance();
     (void)jobManager.startORBServer(); // always 1

@@ -8,8 +8,8 @@
 #include "core/format_text.h"
 
 const char DAEMON_HELP[] =
-    "Usage: orbd [--foreground] [--stop-timeout N]\n"
-    "       orbd --print-inventory [--compact]\n"
+    "Usage: orbd [--foreground] [--stop-timeout N] [--no-generic-storage]\n"
+    "       orbd --print-inventory [--compact] [--no-generic-storage]\n"
     "       orbd --check-config [FILE]\n"
     "Reports this host's hardware inventory and events to its rack management controller.\n"
     "\n"
@@ -20,6 +20,7 @@ const char DAEMON_HELP[] =
     "  --print-inventory    build the inventory once, print it and end; sends nothing and leaves\n"
     "                       a running daemon alone\n"
     "  --compact            with --print-inventory: the document on one line\n"
+    "  --no-generic-storage leave out storage controllers that only their SCSI hosts tell of\n"
     "  --check-config [FILE]  print for each key what the daemon will use and why\n"
     "  --version            print the version and end\n"
     "  --help               print this help and end\n"
@@ -29,7 +30,8 @@ const char DAEMON_HELP[] =
     "something that isn't used as written; 245, 246 log directories can't be made.\n";
 
 namespace {
-constexpr int COMPACT = 256, STOP_TIMEOUT = 257, MODE_OPTION = 258; // the last plus the mode
+constexpr int COMPACT = 256, STOP_TIMEOUT = 257, NO_GENERIC_STORAGE = 258;
+constexpr int MODE_OPTION = 259; // plus the mode
 
 const option LONG_OPTIONS[] = {
     {"foreground", no_argument, nullptr, MODE_OPTION + ORB_DAEMON_OPTIONS::FOREGROUND},
@@ -39,6 +41,7 @@ const option LONG_OPTIONS[] = {
     {"help", no_argument, nullptr, MODE_OPTION + ORB_DAEMON_OPTIONS::HELP},
     {"compact", no_argument, nullptr, COMPACT},
     {"stop-timeout", required_argument, nullptr, STOP_TIMEOUT},
+    {"no-generic-storage", no_argument, nullptr, NO_GENERIC_STORAGE},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -77,6 +80,9 @@ bool parse_options(int argc, char **argv, ORB_DAEMON_OPTIONS &out, std::string &
         case COMPACT:
             out.compact = true;
             break;
+        case NO_GENERIC_STORAGE:
+            out.genericStorage = false;
+            break;
         case STOP_TIMEOUT:
             timeoutGiven = true;
             if (read_timeout(optarg, out.stopTimeoutS)) break;
@@ -111,9 +117,14 @@ bool parse_options(int argc, char **argv, ORB_DAEMON_OPTIONS &out, std::string &
         fault = "--compact: only with --print-inventory";
         return false;
     }
-    if (timeoutGiven && out.mode != ORB_DAEMON_OPTIONS::BACKGROUND &&
-        out.mode != ORB_DAEMON_OPTIONS::FOREGROUND) {
+    const bool runs =
+        out.mode == ORB_DAEMON_OPTIONS::BACKGROUND || out.mode == ORB_DAEMON_OPTIONS::FOREGROUND;
+    if (timeoutGiven && !runs) {
         fault = "--stop-timeout: only where the daemon runs";
+        return false;
+    }
+    if (!out.genericStorage && !runs && out.mode != ORB_DAEMON_OPTIONS::PRINT_INVENTORY) {
+        fault = "--no-generic-storage: only where an inventory is built";
         return false;
     }
     return true;

@@ -10,6 +10,7 @@ struct ORB_DAEMON_OPTIONS {
     bool compact = false;   ///< the inventory on one line
     std::string configFile; ///< of CHECK_CONFIG; empty: the daemon's own
     long stopTimeoutS = 180;
+    bool genericStorage = true; ///< manage the host bus adapters of the product table
 };
 
 /// The longest time that a stop may last in all; also the largest --stop-timeout.

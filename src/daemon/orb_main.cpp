@@ -39,7 +39,7 @@ int orb_main(int argc, char **argv) {
     case ORB_DAEMON_OPTIONS::CHECK_CONFIG:
         return checked_output(print_config_check(options.configFile));
     case ORB_DAEMON_OPTIONS::PRINT_INVENTORY:
-        return checked_output(print_inventory(options.compact));
+        return checked_output(print_inventory(options));
     case ORB_DAEMON_OPTIONS::BACKGROUND:
     case ORB_DAEMON_OPTIONS::FOREGROUND:
         break;

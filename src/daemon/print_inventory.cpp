@@ -25,6 +25,8 @@
 #include "hostaccess/orbHostProcess.h"
 #include "platform/orbSystemInterfaceFactory.h"
 #include "reporting/orbJsonAggregator.h"
+#include "storage/SASResourceManager.h"
+#include "storage/orbStorageControllerFactory.h"
 
 namespace {
 constexpr int RESOURCE_IDS[] = {0, 1, 2, 3}; // in the order in which the daemon starts them
@@ -78,7 +80,7 @@ std::string indented_json(const Json::Value &value) {
 }
 } // namespace
 
-int print_inventory(bool compact) {
+int print_inventory(const ORB_DAEMON_OPTIONS &options) {
     block_signals();
     append_commands_to_path(own_program());
     orbPrivateHost host;
@@ -102,6 +104,7 @@ int print_inventory(bool compact) {
     }
     CPlusPlusLogging::Logger::getInstance()->disableLog();
 
+    if (options.genericStorage) orbStorageControllerFactory::registerInstance();
     prepare_host_facts();
     for (const int id : RESOURCE_IDS) {
         if (!orbConfig::getInstance()->isResourceEnabled(id)) continue;
@@ -113,9 +116,10 @@ int print_inventory(bool compact) {
     Json::Value document(Json::objectValue);
     document[ENVELOPE_KEY] = Json::Value(Json::objectValue);
     if (!aggregator.document().isNull()) document[ENVELOPE_KEY] = aggregator.document();
+    SASResourceManager::shutdownFactories();
     orbSystemInterfaceFactory::getSystemInterface()->UnInitialize();
 
-    const std::string text = compact ? compact_json(document) : indented_json(document);
+    const std::string text = options.compact ? compact_json(document) : indented_json(document);
     IorbHostProcess::get().writeStandardOutput(text + "\n");
     return ORB_EXIT_DONE;
 }

@@ -264,9 +264,13 @@ void SASResourceManager::pollDevices() {
 
 void SASResourceManager::processResourceManagerStop() {
     ORB_LOG_DEBUG(SAS_RM, "Resource manager stop in progress.");
+    shutdownFactories();
+    endHandshake();
+}
+
+void SASResourceManager::shutdownFactories() {
     for (IorbStorageControllerFactory *factory : FACTORIES::getRegistryList())
         factory->shutdownFactory();
-    endHandshake();
 }
 
 void SASResourceManager::endHandshake() {

@@ -55,6 +55,10 @@ public:
     bool isRunning() override;
     bool isInventoryReady(int type) override;
 
+    /// Has every registered factory let its controllers go, their events ended. The thread that
+    /// rebuilds, when it does so no more.
+    static void shutdownFactories();
+
     /// Has the cache rebuilt, at once or right after what the manager's thread is doing.
     static void invalidateInventoryCache();
     /// Has the next rebuild end with a push to the rack management controller. Wakes nobody.

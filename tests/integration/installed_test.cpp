@@ -86,8 +86,9 @@ TEST(Installed, ProgramAnswersWithoutAHost) {
     EXPECT_EQ(version.output, "orbd " ORB_VERSION "\n");
     const Answer help = run(ORBD_PROGRAM " --help");
     EXPECT_EQ(help.status, 0);
-    for (const char *option : {"--foreground", "--stop-timeout", "--print-inventory", "--compact",
-                               "--check-config", "--version", "--help"})
+    for (const char *option :
+         {"--foreground", "--stop-timeout", "--no-generic-storage", "--print-inventory",
+          "--compact", "--check-config", "--version", "--help"})
         EXPECT_NE(help.output.find(option), std::string::npos) << option;
     const Answer wrong = run(ORBD_PROGRAM " --frob");
     EXPECT_EQ(wrong.status, 2);

@@ -36,6 +36,13 @@ const GoodCase GOOD_CASES[] = {
     {"CompactFirst",
      {"--compact", "--print-inventory"},
      {.mode = Mode::PRINT_INVENTORY, .compact = true, .configFile = ""}},
+    {"NoGenericStorage", {"--no-generic-storage"}, {.configFile = "", .genericStorage = false}},
+    {"NoGenericStorageInTheForeground",
+     {"--foreground", "--no-generic-storage"},
+     {.mode = Mode::FOREGROUND, .configFile = "", .genericStorage = false}},
+    {"PrintInventoryWithoutGenericStorage",
+     {"--no-generic-storage", "--print-inventory"},
+     {.mode = Mode::PRINT_INVENTORY, .configFile = "", .genericStorage = false}},
     {"CheckConfig", {"--check-config"}, {.mode = Mode::CHECK_CONFIG, .configFile = ""}},
     {"CheckConfigFile", {"--check-config", "a"}, {.mode = Mode::CHECK_CONFIG, .configFile = "a"}},
     {"CheckConfigJoined", {"--check-config=a"}, {.mode = Mode::CHECK_CONFIG, .configFile = "a"}},
@@ -54,6 +61,7 @@ TEST_P(GoodCommandLine, IsUnderstood) {
     EXPECT_EQ(out.compact, GetParam().expected.compact);
     EXPECT_EQ(out.configFile, GetParam().expected.configFile);
     EXPECT_EQ(out.stopTimeoutS, GetParam().expected.stopTimeoutS);
+    EXPECT_EQ(out.genericStorage, GetParam().expected.genericStorage);
 }
 INSTANTIATE_TEST_SUITE_P(Lines, GoodCommandLine, ::testing::ValuesIn(GOOD_CASES),
                          [](const auto &row) { return std::string(row.param.name); });
@@ -87,6 +95,15 @@ const BadCase BAD_CASES[] = {
     {"TimeoutForPrint",
      {"--print-inventory", "--stop-timeout", "5"},
      "--stop-timeout: only where the daemon runs"},
+    {"NoGenericStorageForCheck",
+     {"--check-config", "--no-generic-storage"},
+     "--no-generic-storage: only where an inventory is built"},
+    {"NoGenericStorageForVersion",
+     {"--version", "--no-generic-storage"},
+     "--no-generic-storage: only where an inventory is built"},
+    {"ValueForNoGenericStorage",
+     {"--no-generic-storage=1"},
+     "--no-generic-storage=1: takes no value"},
     {"Operand", {"file"}, "file: not expected here"},
     {"TwoFiles", {"--check-config", "a", "b"}, "b: not expected here"},
     {"FileWithoutName", {"--check-config", ""}, "--check-config: the name of the file is empty"},
