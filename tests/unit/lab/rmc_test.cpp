@@ -48,6 +48,12 @@ struct DocumentCase {
 Json::Value &host_of(Json::Value &v) {
     return v["HostDataCollection"]["Oem"]["HostOSInfo"];
 }
+Json::Value &add_controller(Json::Value &v) {
+    return v["HostDataCollection"]["StorageControllers"].append(parsed(
+        R"({"FirmwareVersion":"","Manufacturer":"","Model":"m","PartNumber":"",)"
+        R"("Oem":{"Description":"PCI 0000:51:00.0","PhysicalLocation":"0203010100090045"},)"
+        R"("Protocol":"SAS/SATA","SerialNumber":"s","Status":{"Health":"OK","State":"Running"}})"));
+}
 const DocumentCase DOCUMENTS[] = {
     {"Inventory", "WriteInventory", [](Json::Value &) {}, true},
     {"MoreAtTheRoot", "WriteInventory", [](Json::Value &v) { v["More"] = 1; }, false},
@@ -56,8 +62,11 @@ const DocumentCase DOCUMENTS[] = {
      false},
     {"EmptySection", "WriteInventory",
      [](Json::Value &v) { v["HostDataCollection"]["Drives"] = Json::arrayValue; }, false},
-    {"Units", "WriteInventory",
-     [](Json::Value &v) { v["HostDataCollection"]["Drives"][0]["Serial"] = "1"; }, true},
+    {"Units", "WriteInventory", [](Json::Value &v) { add_controller(v); }, true},
+    {"UnitWithMore", "WriteInventory", [](Json::Value &v) { add_controller(v)["Slot"] = "1"; },
+     false},
+    {"UnitWithLess", "WriteInventory",
+     [](Json::Value &v) { add_controller(v).removeMember("Model"); }, false},
     {"NoSection", "WriteInventory",
      [](Json::Value &v) { v["HostDataCollection"] = Json::objectValue; }, false},
     {"HostWithoutName", "WriteInventory",
