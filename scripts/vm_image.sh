@@ -19,7 +19,7 @@ esac
 vm_modules=(
     ipmi_msghandler ipmi_si ipmi_devintf ipmi_watchdog ipmi_ssif
     virtio_pci virtio_blk virtio_console ext4 crc32c_generic
-    e1000 sg sd_mod sr_mod virtio_scsi scsi_debug ahci megaraid_sas
+    e1000 sg sd_mod sr_mod virtio_scsi scsi_debug ahci megaraid_sas mptsas
 )
 
 # vm_packages: the kernel's package and version as "PACKAGE VERSION", by the package lists; nothing

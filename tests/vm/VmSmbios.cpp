@@ -13,6 +13,13 @@ constexpr std::size_t HEADER_BYTES = 4;
 /// As the emulator names the kinds of on-board devices.
 constexpr const char *KINDS[] = {"other",     "other", "unknown", "video", "scsi", "ethernet",
                                  "tokenring", "sound", "pata",    "sata",  "sas"};
+
+std::vector<SMBIOS_BYTES> slots_of(const SCENARIO_MACHINE &server) {
+    const SMBIOS_BYTES image = smbios_table(server);
+    const auto table = find_smbios_table(image);
+    if (!table) throw VmFailure("the lab's image of " + server.product + " has no table");
+    return smbios_structures(*table, SLOT);
+}
 } // namespace
 
 SCENARIO_MACHINE smbios_machine(const std::string &scenario) {
@@ -45,14 +52,13 @@ std::vector<SMBIOS_BYTES> smbios_structures(std::span<const std::uint8_t> table,
 }
 
 std::vector<SMBIOS_BYTES> smbios_slots(const std::string &scenario) {
-    const SMBIOS_BYTES image = smbios_table(smbios_machine(scenario));
-    const auto table = find_smbios_table(image);
-    if (!table) throw VmFailure("the lab's image of " + scenario + " has no table");
-    return smbios_structures(*table, SLOT);
+    return slots_of(smbios_machine(scenario));
 }
 
-VM_SHAPE smbios_shape(const std::string &scenario, int bits, const std::string &folder) {
-    const SCENARIO_MACHINE server = smbios_machine(scenario);
+VM_SHAPE smbios_shape(const std::string &scenario, int bits, const std::string &folder,
+                      const std::vector<SCENARIO_DEVICE> &more) {
+    SCENARIO_MACHINE server = smbios_machine(scenario);
+    server.slots.insert(server.slots.end(), more.begin(), more.end());
     VM_SHAPE shape;
     shape.name = scenario;
     shape.machineOptions = "smbios-entry-point-type=" + std::to_string(bits);
@@ -71,7 +77,7 @@ VM_SHAPE smbios_shape(const std::string &scenario, int bits, const std::string &
                                              ",pcidev=nic0"});
     }
     int number = 0;
-    for (const SMBIOS_BYTES &slot : smbios_slots(scenario)) {
+    for (const SMBIOS_BYTES &slot : slots_of(server)) {
         const std::string file =
             folder + "/" + scenario + ".slot" + std::to_string(++number) + ".bin";
         std::ofstream out(file, std::ios::binary | std::ios::trunc);

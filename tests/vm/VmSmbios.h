@@ -25,4 +25,6 @@ std::vector<SMBIOS_BYTES> smbios_slots(const std::string &scenario);
 /// lab makes them, and as its first on-board device the machine's network adapter.
 /// @param bits    of the entry point: 32 or 64
 /// @param folder  takes the slots' files, which the emulator reads
-VM_SHAPE smbios_shape(const std::string &scenario, int bits, const std::string &folder);
+/// @param more    further slots
+VM_SHAPE smbios_shape(const std::string &scenario, int bits, const std::string &folder,
+                      const std::vector<SCENARIO_DEVICE> &more = {});

@@ -64,6 +64,20 @@ VM_SHAPE VmTest::usualShape() {
     return shape;
 }
 
+VM_SHAPE VmTest::slottedShape() {
+    SCENARIO_DEVICE slot;
+    slot.designation = std::string("PCI ") + SAS_ADDRESS + " " + SAS_PLACE;
+    slot.address = SAS_ADDRESS;
+    VM_SHAPE shape = smbios_shape("first-generation", 64, VmWorld::get().places().folder, {slot});
+    shape.name = "slotted";
+    shape.devices.insert(shape.devices.end(),
+                         {"-global", "ICH9-LPC.acpi-pci-hotplug-with-bridge-support=off", "-device",
+                          "pcie-root-port,id=port5,chassis=5,slot=5,addr=1c.0", "-device",
+                          "virtio-scsi-pci,bus=port5,id=hba0", "-device",
+                          "mptsas1068,id=sas0,addr=10.0"});
+    return shape;
+}
+
 VmMachine &VmTest::usual() {
     return take(VmWorld::get().machine(usualShape()));
 }

@@ -45,6 +45,10 @@ protected:
 
     /// The server that most cases need: first generation.
     static VM_SHAPE usualShape();
+    /// That server with an adapter in a slot that the kernel serves, and a SAS adapter at
+    /// SAS_ADDRESS in a slot that the firmware tells. Their drivers are not loaded.
+    static VM_SHAPE slottedShape();
+    static constexpr const char *SAS_ADDRESS = "0000:00:10.0", *SAS_PLACE = "r001u01p0i11";
     VmMachine &usual(); ///< that machine, up
     /// That machine with a daemon that runs for the first time and has yet to deliver.
     VmMachine &starting();

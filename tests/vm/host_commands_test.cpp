@@ -8,16 +8,6 @@
 namespace {
 constexpr const char *LOCALCLI = "/opt/vantor/orb/libexec/localcli ";
 
-/// A first-generation server with a slot that the kernel itself serves, and an adapter in it.
-VM_SHAPE slotted(VM_SHAPE shape) {
-    shape.name = "slotted";
-    shape.devices.insert(shape.devices.end(),
-                         {"-global", "ICH9-LPC.acpi-pci-hotplug-with-bridge-support=off", "-device",
-                          "pcie-root-port,id=port5,chassis=5,slot=5,addr=1c.0", "-device",
-                          "virtio-scsi-pci,bus=port5,id=hba0"});
-    return shape;
-}
-
 std::vector<std::string> words_of(const std::string &line) {
     std::istringstream in(line);
     std::vector<std::string> words;
@@ -110,7 +100,7 @@ TEST_F(HostCommandsTest, WhatIsNoDeviceIsNoAdapter) {
 }
 
 TEST_F(HostCommandsTest, PciListAgreesWithLspci) {
-    VmMachine &machine = take(VmWorld::get().machine(slotted(usualShape())));
+    VmMachine &machine = take(VmWorld::get().machine(slottedShape()));
     machine.ask("modprobe virtio_scsi");
     ASSERT_TRUE(machine.waitFor("ls -d /sys/class/scsi_host/host*", VmMachine::SECONDS(30)));
     const std::string list = machine.ask(std::string(LOCALCLI) + "hardware pci list");
