@@ -66,9 +66,8 @@ public:
     /// Word 80 of an ATA drive's IDENTIFY DEVICE data.
     virtual std::int32_t getATAMajorRevision() { return ATAMajorRevision; }
     virtual void setATAMajorRevision(std::int32_t word) { ATAMajorRevision = word; }
-    virtual std::string getEventInfoString() const {
-        return eventInfoString;
-    } ///< of the next event
+    /// Text of the next event about it.
+    virtual std::string getEventInfoString() const { return eventInfoString; }
     virtual void setEventInfoString(std::string text) { eventInfoString = std::move(text); }
     /// False once the drive has been found to lack the temperature page.
     virtual bool getIfTempPageSupported() { return ifTempPageSupported; }

@@ -71,9 +71,8 @@ public:
     virtual void setDescription(std::string text) { description = std::move(text); }
     virtual std::string getLogicalDiskID() const { return logicalDiskID; }
     virtual void setLogicalDiskID(std::string id) { logicalDiskID = std::move(id); }
-    virtual std::string getEventInfoString() const {
-        return eventInfoString;
-    } ///< of the next event
+    /// Text of the next event about it.
+    virtual std::string getEventInfoString() const { return eventInfoString; }
     virtual void setEventInfoString(std::string text) { eventInfoString = std::move(text); }
     /// The volume is no longer discovered; the record keeps its place.
     virtual bool getDeviceMissing() { return deviceMissing; }

@@ -43,7 +43,6 @@ bool claim(std::uint32_t chipset, std::uint32_t board, std::string &pciLocation,
         *out = nullptr;
         if (row.claim(chipset, board, pciLocation, firstPass, out)) return true;
     }
-    *out = nullptr;
     return orbStorageController::claimDevice(chipset, board, pciLocation, firstPass, out);
 }
 } // namespace

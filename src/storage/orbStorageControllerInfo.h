@@ -66,9 +66,8 @@ public:
     virtual std::size_t getControllerPortListSize();
     virtual void deleteControllerPort(std::size_t index); ///< later ones move up
 
-    virtual std::string getEventInfoString() const {
-        return eventInfoString;
-    } ///< of the next event
+    /// Text of the next event about it.
+    virtual std::string getEventInfoString() const { return eventInfoString; }
     virtual void setEventInfoString(std::string text) { eventInfoString = std::move(text); }
 
 private:

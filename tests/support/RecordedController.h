@@ -53,7 +53,8 @@ public:
     }
     void processDeviceAddition(IorbStorageController *previous) override {
         auto *const former = dynamic_cast<RecordedController *>(previous);
-        journal->add("addition of " + name + (former != nullptr ? " after " + former->name : ""));
+        journal->add("addition of " + name + (former != nullptr ? " after " + former->name : "") +
+                     (getPortListSize() != 0 ? ", with ports" : ""));
     }
     void setFirstPass(bool isFirst) { foundOnFirstDiscoveryPass = isFirst; }
 

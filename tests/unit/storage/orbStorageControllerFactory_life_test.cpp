@@ -332,6 +332,14 @@ TEST_F(FactoryPoll, AFolderThatCantBeReadIsToldAndItsTimesAreKept) {
     EXPECT_EQ(changesTold(), 0);
 }
 
+TEST_F(FactoryPoll, AFolderOfTheEpochHasBeenLookedAt) {
+    touch("/sys/class/scsi_host", 0); // its attributes change now
+    world.factory.poll();
+    touch("/sys/class/scsi_host", 1000);
+    world.factory.poll();
+    EXPECT_EQ(changesTold(), 1);
+}
+
 TEST_F(FactoryPoll, AFolderThatComesLaterIsAFirstLook) {
     std::filesystem::remove(world.root.map("/sys/class/scsi_host"));
     world.factory.poll();

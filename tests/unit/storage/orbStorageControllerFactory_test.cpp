@@ -262,6 +262,23 @@ TEST_F(DiscoverControllers, AClassWithoutMemoryEndsTheAsking) {
     EXPECT_EQ(world.pushesAsked(), 0);
 }
 
+bool refusesWithAnObject(std::uint32_t, std::uint32_t, std::string &, bool,
+                         orbStorageController **out) {
+    static Journal unread;
+    static RecordedController left(unread, "left", 1);
+    *out = &left;
+    return false;
+}
+
+TEST_F(DiscoverControllers, WhatARefusingClassLeavesIsNoObject) {
+    const Classes first({"first", refusesWithAnObject, refreshes});
+    const Classes second({"second", hasNoMemory, refreshes});
+    world.addOurs("host1", 1);
+    EXPECT_EQ(world.walk(), 0U);
+    EXPECT_TRUE(world.logged("Skipping port /sys/class/scsi_host/host1 [0x1ABCD, 0x2ABCD "
+                             "0000:01:00.0] - Claim status: [1]; Device object: [(nil)]"));
+}
+
 // -- Walks one after the other --------------------------------------------------------------------
 
 class LaterWalks : public DiscoverControllers {

@@ -85,6 +85,24 @@ TEST_F(ScsiHosts, OfOldKernelsHaveTheCardsIds) {
     EXPECT_EQ(ids.chipsetID, 0x00971000U);
 }
 
+// The host's own folder is judged by one file, its parent's by the other.
+TEST_F(ScsiHosts, ACardIsKnownByItsDeviceAndAParentByItsVendor) {
+    const std::string card = "pci0000:00/0000:00:17.0";
+    tree.addCard(card, 0xA1868086, 0x72708086);
+    tree.addHost("host0", card + "/ata1");
+    root.write("/sys/devices/" + card + "/ata1/vendor", "0x1234\n");
+    ORB_PCI_CARD_IDS ids;
+    ASSERT_TRUE(read_pci_card_ids(ScsiTree::hostPath("host0"), ids));
+    EXPECT_EQ(ids.chipsetID, 0xA1868086U);
+
+    root.write("/sys/devices/odd/device", "0x0097\n");
+    tree.addHost("host1", "odd");
+    ASSERT_TRUE(read_pci_card_ids(ScsiTree::hostPath("host1"), ids));
+    EXPECT_EQ(ids.chipsetID, 0x0096FFFFU);
+    tree.addHost("host2", "odd/ata1");
+    EXPECT_FALSE(read_pci_card_ids(ScsiTree::hostPath("host2"), ids));
+}
+
 TEST_F(ScsiHosts, WithoutACardHaveNone) {
     tree.addHost("host0", "pseudo_0/adapter0");
     root.makeDirectory(ScsiTree::hostPath("host1")); // no link at all
