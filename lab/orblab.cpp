@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/format_text.h"
@@ -52,6 +53,8 @@ int list_scenarios(const LAB_PLACES &places) {
     }
     std::sort(files.begin(), files.end());
     int result = GOOD;
+    std::vector<SCENARIO> scenarios;
+    std::size_t width = 0;
     for (const std::string &file : files) {
         SCENARIO scenario;
         std::string error;
@@ -60,8 +63,12 @@ int list_scenarios(const LAB_PLACES &places) {
             result = FAILED;
             continue;
         }
-        std::printf("%-26s %s\n", scenario.name.c_str(), scenario.title.c_str());
+        width = std::max(width, scenario.name.size());
+        scenarios.push_back(std::move(scenario));
     }
+    for (const SCENARIO &scenario : scenarios)
+        std::printf("%-*s %s\n", static_cast<int>(width), scenario.name.c_str(),
+                    scenario.title.c_str());
     return result;
 }
 

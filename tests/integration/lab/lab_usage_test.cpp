@@ -1,9 +1,11 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -127,12 +129,19 @@ TEST(LabProgram, DecodesALocation) {
 TEST(LabProgram, ListsEveryScenario) {
     LabRun lab;
     EXPECT_EQ(lab.run({"--list-scenarios"}), 0);
-    std::size_t files = 0;
+    std::size_t files = 0, width = 0;
     for (const auto &entry : std::filesystem::directory_iterator(ORB_SCENARIOS)) {
         ++files;
-        EXPECT_NE(lab.out().find(entry.path().stem().string() + " "), std::string::npos);
+        const std::string name = entry.path().stem().string();
+        EXPECT_NE(lab.out().find(name + " "), std::string::npos);
+        width = std::max(width, name.size());
     }
     EXPECT_GE(files, 20u);
+    std::istringstream lines(lab.out());
+    for (std::string line; std::getline(lines, line);) {
+        ASSERT_GT(line.size(), width + 1) << line;
+        EXPECT_TRUE(line[width] == ' ' && line[width + 1] != ' ') << "the titles' column: " << line;
+    }
     EXPECT_EQ(lab.err(), "");
 }
 
