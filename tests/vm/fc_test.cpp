@@ -31,9 +31,14 @@ Json::Value adapters_of(const RMC_DOCUMENT &inventory) {
 class FcTest : public VmTest {
 protected:
     void TearDown() override {
+        forget();
+        VmTest::TearDown();
+    }
+
+    /// Ends the daemon and drops the adapters, with the counts of all daemons so far.
+    void forget() {
         daemon->makeSure();
         usual().ask(std::string("rm -f ") + WORLD + " " + COUNTS);
-        VmTest::TearDown();
     }
 
     void tell() {
@@ -71,7 +76,7 @@ TEST_F(FcTest, AdaptersOfTwoLibrariesAndALinkThatGoesAndComes) {
                               scenario, error))
         << error;
     fc = scenario.host.fc;
-    daemon->makeSure();
+    forget();
     rmc.forget();
     tell();
     // The kernel has no such adapters, so nobody tells the daemon which devices these are.
